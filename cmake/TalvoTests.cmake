@@ -1,0 +1,71 @@
+# Test binaries: one for each part of the tree, each built from all *_test.cpp below its folders.
+include(GoogleTest)
+
+talvo_sources(allTests tests/*_test.cpp)
+talvo_sources(supportSources tests/support/*.cpp)
+
+function(talvo_select result pattern)
+    set(selected ${allTests})
+    list(FILTER selected INCLUDE REGEX ${pattern})
+    set(${result} ${selected} PARENT_SCOPE)
+endfunction()
+
+talvo_select(kernelTests "^tests/kernel/")
+talvo_select(talvoTests "^tests/talvo/")
+talvo_select(concurrencyTests "^tests/concurrency/")
+# Whatever is not one of these is a test of the module.
+set(assetTests ${allTests})
+list(FILTER assetTests EXCLUDE REGEX "^tests/(kernel|talvo|concurrency|package|support)/")
+
+# One precompiled header for all test binaries; they are compiled with the same options.
+file(WRITE ${PROJECT_BINARY_DIR}/test_pch.cpp.new "// Carries the precompiled header of the tests.\n")
+file(COPY_FILE ${PROJECT_BINARY_DIR}/test_pch.cpp.new ${PROJECT_BINARY_DIR}/test_pch.cpp ONLY_IF_DIFFERENT)
+add_library(talvo_test_pch OBJECT EXCLUDE_FROM_ALL ${PROJECT_BINARY_DIR}/test_pch.cpp)
+target_link_libraries(talvo_test_pch PRIVATE GTest::gmock)
+if(TARGET talvo_kernel)
+    target_link_libraries(talvo_test_pch PRIVATE talvo_kernel)
+endif()
+target_precompile_headers(talvo_test_pch PRIVATE ${PROJECT_SOURCE_DIR}/cmake/pch_test.h)
+
+if(supportSources AND TARGET talvo_kernel)
+    # Not linked to the module, so that tests of the kernel don't wait for it: each binary takes what it uses from here.
+    add_library(talvo_test_support STATIC EXCLUDE_FROM_ALL ${supportSources})
+    target_include_directories(talvo_test_support PUBLIC ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/include)
+    target_link_libraries(talvo_test_support PUBLIC GTest::gmock talvo_kernel)
+    target_precompile_headers(talvo_test_support REUSE_FROM talvo_test_pch)
+endif()
+
+# talvo_test_binary(NAME LIBRARY TEST...): builds NAME and lists each of its cases with ctest, which starts them one by one.
+function(talvo_test_binary name library)
+    if(NOT ARGN OR NOT TARGET ${library})
+        return()
+    endif()
+    add_executable(${name} ${ARGN})
+    if(TARGET talvo_test_support)
+        target_link_libraries(${name} PRIVATE talvo_test_support)
+    endif()
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    target_link_libraries(${name} PRIVATE ${library} GTest::gmock GTest::gmock_main)
+    target_precompile_headers(${name} REUSE_FROM talvo_test_pch)
+    string(REGEX REPLACE "_tests$" "" label ${name})
+    gtest_discover_tests(${name} TEST_PREFIX ${label}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES
+        PROPERTIES LABELS ${label} TIMEOUT 300)
+endfunction()
+
+talvo_test_binary(kernel_tests talvo_kernel ${kernelTests})
+talvo_test_binary(asset_tests talvo_assets ${assetTests})
+if(TARGET talvo_assets)
+    talvo_test_binary(concurrency_tests talvo_assets ${concurrencyTests})
+else()
+    talvo_test_binary(concurrency_tests talvo_kernel ${concurrencyTests})
+endif()
+if(TARGET talvo)
+    talvo_test_binary(talvo_tests talvo_assets ${talvoTests})
+endif()
+if(TARGET asset_tests)
+    target_include_directories(asset_tests PRIVATE ${moduleRoots})
+endif()
+if(TARGET talvo_tests)
+    target_compile_definitions(talvo_tests PRIVATE TALVO_BINARY="$<TARGET_FILE:talvo>")
+    add_dependencies(talvo_tests talvo)
+endif()
