@@ -69,3 +69,14 @@ if(TARGET talvo_tests)
     target_compile_definitions(talvo_tests PRIVATE TALVO_BINARY="$<TARGET_FILE:talvo>")
     add_dependencies(talvo_tests talvo)
 endif()
+
+# The installed whole, used by a project that knows nothing of this tree.
+if(TALVO_INSTALL AND TARGET talvo_assets)
+    set(foreignFlags "")
+    if(TALVO_SANITIZE)
+        set(foreignFlags -fsanitize=${TALVO_SANITIZE})
+    endif()
+    add_test(NAME package COMMAND ${CMAKE_COMMAND} -DBUILD=${PROJECT_BINARY_DIR} -DWORK=${PROJECT_BINARY_DIR}/package
+        -DCOMPILER=${CMAKE_CXX_COMPILER} -DFLAGS=${foreignFlags} -P ${PROJECT_SOURCE_DIR}/tests/package/run.cmake)
+    set_tests_properties(package PROPERTIES LABELS package TIMEOUT 300)
+endif()
