@@ -1,0 +1,65 @@
+// Repositories on a directory tree below one url. `docs/formats.md` describes the tree; `AssetInterface::CreateRepositoryFromUrl` opens or makes one.
+#pragma once
+
+#include "baseassetrepository.h"
+
+namespace talvo {
+
+/// What a url repository offers beyond others; reach it with `Cast` or dynamic_cast.
+class UrlAssetRepositoryInterface {
+public:
+    virtual ~UrlAssetRepositoryInterface() = default;
+    /// The root. @param getOrigin of a local mirror: the place that it mirrors.
+    virtual Url GetUrl(Bool getOrigin) const = 0;
+    /// Directory of one version, where its payload and metadata lie. Errors: IllegalArgumentError if `asset` isn't a version of this repository.
+    virtual Result<Url> GetVersionDirectory(const AssetDescription& asset) = 0;
+    /// Makes all that was stored survive a loss of power. Cheap if nothing was stored since.
+    virtual Result<void> Sync() = 0;
+};
+
+/// One thing that a check of a repository found.
+struct RepositoryFinding {
+    enum class PROBLEM : Int32 {
+        PAYLOAD_CHANGED,     ///< the bytes don't have the hash under which they were stored
+        PAYLOAD_MISSING,
+        PAYLOAD_DOUBLED,     ///< more than one payload in a version
+        PAYLOAD_UNREADABLE,
+        DOCUMENT_DAMAGED,    ///< a metadata document doesn't read
+        HASH_MISSING,        ///< no `hash` file, so the payload can't be checked
+        TIMESTAMP_MISSING,   ///< the order of versions rests on it
+        ASSET_INFO_DAMAGED,  ///< the directory names no asset
+        ID_DOUBLED,          ///< another directory claims the same asset id
+        LEFTOVER             ///< a hidden leftover of work that was cut off; `gc` removes it
+    };
+    Id id;
+    Id version;
+    PROBLEM problem;
+    String explanation;  ///< what it means and what to do
+    Url path;
+};
+
+struct RepositoryCheckSummary {
+    Int assets = 0;
+    Int versions = 0;
+    Int64 bytes = 0;
+    Int problems = 0;
+};
+
+namespace RepositoryMaintenance {
+
+/// Recomputes payload hashes and reads every document below `root`; changes nothing. `receiver` gets each finding, sorted by path, on the calling thread.
+/// @param threads at least 1. Errors: IllegalArgumentError if `root` is no repository; OperationCancelledError.
+Result<RepositoryCheckSummary> Verify(const Url& root, Int threads, Receiver<RepositoryFinding> receiver);
+
+enum class GC_MODE { REMOVE, DRY_RUN };
+/// A leftover and its size.
+struct Leftover {
+    Url path;
+    Int64 bytes = 0;
+};
+/// Finds our own hidden leftovers older than `minimumAge` microseconds and removes them. Nothing else is ever touched.
+Result<void> CollectGarbage(const Url& root, GC_MODE mode, Int64 minimumAge, Receiver<Leftover> receiver);
+
+}  // namespace RepositoryMaintenance
+
+}  // namespace talvo

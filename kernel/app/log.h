@@ -1,0 +1,22 @@
+// Diagnostic output. It carries no behaviour that anything rests on.
+#pragma once
+
+#include "kernel/base/delegate.h"
+#include "kernel/text/format.h"
+
+#include <string>
+
+namespace talvo {
+
+enum class LOG_LEVEL { DIAGNOSTIC, MESSAGE, WARNING, CRITICAL };
+
+/// Hands a line to the host's sink; without one, WARNING and CRITICAL go to stderr, the rest nowhere. Threads: any.
+void LogLine(LOG_LEVEL level, const std::string& line);
+template <typename... ARGS>
+void Log(LOG_LEVEL level, std::string_view pattern, const ARGS&... args) {
+    LogLine(level, FormatMessage(pattern, args...));
+}
+/// Null restores the default.
+void SetLogSink(Delegate<void(LOG_LEVEL, const std::string&)> sink);
+
+}  // namespace talvo

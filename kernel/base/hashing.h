@@ -1,0 +1,16 @@
+// Hash codes that may be stored (pinned for ever) and the mix for tables in memory.
+#pragma once
+
+#include "kernel/base/types.h"
+
+#include <array>
+#include <string_view>
+
+namespace talvo {
+
+/// XXH3, 64 bits, seed 0, over the bytes given. Part of file formats: never changes.
+UInt GetStoredHash64(std::string_view bytes);
+/// XXH3, 128 bits, seed 0, in canonical (big-endian) byte order. Part of file formats: never changes.
+std::array<UChar, 16> GetStoredHash128(std::string_view bytes);
+
+}  // namespace talvo

@@ -1,0 +1,149 @@
+// Urls: a name of something that a registered handler can open, with side data that travels along.
+#pragma once
+
+#include "kernel/base/object.h"
+#include "kernel/data/data.h"
+#include "kernel/text/format.h"
+#include "kernel/text/string.h"
+
+#include <string>
+#include <string_view>
+
+namespace talvo {
+
+class IoConnection;
+using IoConnectionRef = StrongRef<IoConnection>;
+class InputStream;
+using InputStreamRef = StrongRef<InputStream>;
+class OutputStream;
+using OutputStreamRef = StrongRef<OutputStream>;
+
+/// What is at a url. The values are the ones that callers store and compare.
+enum class IO_DETECT : Int32 {
+    FAILED = 0,     ///< it could not be told
+    NOT_THERE = 1,
+    FILE = 3,
+    OTHER = 4,      ///< fifo, socket, device, dangling link
+    DIRECTORY = 5
+};
+
+/// How an output stream treats what is at the url.
+enum class OUTPUT_MODE : Int32 {
+    CREATE_NEW = 1,  ///< fails if something is there
+    OVERWRITE = 2,   ///< in place
+    APPEND = 4,
+    REPLACE = 16     ///< written beside under a hidden name and renamed by Close; dropped without Close the old stays
+};
+
+enum class RENAME_MODE : Int32 {
+    NO_REPLACE,  ///< fails if the target exists
+    REPLACE,     ///< a file takes the place of a file
+    EXCHANGE     ///< both exist and change places in one step
+};
+
+namespace URLFLAGS {
+inline constexpr LiteralId QUERY{"net.talvo.url.query"};
+inline constexpr LiteralId ORIGINURL{"net.talvo.url.originurl"};
+inline constexpr LiteralId ASSETREPOSITORY{"net.talvo.url.assetrepository"};
+inline constexpr LiteralId ASSETDATABASETYPE{"net.talvo.url.assetdatabasetype"};
+inline constexpr LiteralId REPOSITORYCATEGORY{"net.talvo.url.repositorycategory"};
+inline constexpr LiteralId WATCHFOLDERSTRING{"net.talvo.url.watchfolderstring"};
+inline constexpr LiteralId NO_PROXY_CACHING{"net.talvo.url.http_no_proxy_caching"};
+}  // namespace URLFLAGS
+
+/// Scheme, authority (text or a whole url), path as raw bytes, and side data by id. Copy on write.
+///
+/// The query (side data `net.talvo.url.query`, a String) counts in text, equality and hash; other side data count in none.
+/// Path components are joined by "/"; a file url's path begins with "/". File names that are not UTF-8 keep their bytes here.
+/// Threads: as a plain value; copies may go to other threads.
+class Url {
+public:
+    Url() = default;
+    /// A file url of a path of the system; relative paths stand on the working directory.
+    static Url FromSystemPath(std::string_view path);
+    static Url Create(const Id& scheme, std::string_view authority, std::string_view path);
+    /// Reads "scheme:///path?query", percent-decoded. Text without a scheme, or an empty one, is IllegalArgumentError.
+    static Result<Url> Parse(std::string_view text);
+
+    Bool IsEmpty() const;
+    Bool IsPopulated() const { return !IsEmpty(); }
+    const Id& GetScheme() const;
+    void SetScheme(const Id& scheme);
+    std::string_view GetAuthority() const;
+    void SetAuthority(std::string_view authority);
+    /// The url that stands as authority (an archive's file, say); empty if the authority is plain text.
+    Url GetEmbeddedUrl() const;
+    void SetEmbeddedUrl(const Url& url);
+    std::string_view GetPath() const;
+    void SetPath(std::string_view path);
+    /// This url without its last component.
+    Url GetDirectory() const;
+    /// The last component, raw bytes.
+    std::string_view GetName() const;
+    void SetName(std::string_view name);
+    void RemoveName();
+    /// Adds a component (or several, split at "/").
+    Url& Append(std::string_view component);
+    friend Url operator+(Url url, std::string_view component) { return std::move(url.Append(component)); }
+    /// What stands behind the last "." of the name, as it stands; empty if there is none or the name begins with it.
+    std::string_view GetSuffix() const;
+    /// Without regard to ASCII case.
+    Bool CheckSuffix(std::string_view suffix) const;
+    void SetSuffix(std::string_view suffix);
+    void ClearSuffix();
+    BaseArray<std::string> GetComponents() const;
+    /// Whole text, percent-encoded, with the query: what Parse reads.
+    std::string GetUrl() const;
+    /// Path of the system for a file url. Errors: IllegalArgumentError for another scheme.
+    Result<std::string> GetSystemPath() const;
+    /// For people and messages: a file's path, else the url's text; always UTF-8.
+    String ToString() const;
+
+    /// Side data. Null if there is none.
+    const Data* FindData(const Id& key) const;
+    template <typename T>
+    Opt<T> GetData(const Id& key) const {
+        const Data* data = FindData(key);
+        const T* value = data ? data->GetPtr<T>() : nullptr;
+        return value ? Opt<T>(*value) : Opt<T>();
+    }
+    void SetData(const Id& key, Data value);
+    void EraseData(const Id& key);
+
+    friend Bool operator==(const Url& first, const Url& second);
+    std::strong_ordering Compare(const Url& other) const;
+    UInt GetHashCode() const;
+    template <typename H>
+    friend H AbslHashValue(H state, const Url& url) {
+        return H::combine(std::move(state), url.GetHashCode());
+    }
+
+    // What is at the url: short forms of opening a connection and asking it. All may do I/O.
+    Result<IoConnectionRef> OpenConnection() const;
+    IO_DETECT IoDetect() const;
+    Result<InputStreamRef> OpenInputStream() const;
+    Result<OutputStreamRef> OpenOutputStream(OUTPUT_MODE mode) const;
+    Result<Int64> GetContentLength() const;
+    /// With parents; an existing directory is fine.
+    Result<void> IoCreateDirectory() const;
+    /// Exactly this directory; one that exists is false.
+    Result<Bool> IoCreateDirectoryExclusive() const;
+    /// A file or a whole directory; follows no link and stays below this url. Nothing there is fine.
+    Result<void> IoDelete() const;
+    Result<void> IoRename(const Url& target, RENAME_MODE mode) const;
+
+private:
+    struct Body;
+    Body& MakeWritable();
+    StrongRef<Body> _body;
+};
+
+template <>
+struct DataTraits<Url> {
+    static constexpr LiteralId ID{"net.talvo.datatype.url"};
+    /// Text form; weak references and the like in side data are never written, the query is.
+    static Result<DocumentValue> ToDocument(const Url& value);
+    static Result<Url> FromDocument(const DocumentValue& value);
+};
+
+}  // namespace talvo
