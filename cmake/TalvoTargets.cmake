@@ -17,7 +17,7 @@ set(installedIncludes ${CMAKE_INSTALL_INCLUDEDIR}/talvo)
 if(kernelSources)
     add_library(talvo_kernel ${kernelSources})
     add_library(TalvoAssets::kernel ALIAS talvo_kernel)
-    set_target_properties(talvo_kernel PROPERTIES EXPORT_NAME kernel VERSION ${PROJECT_VERSION} SOVERSION 0)
+    set_target_properties(talvo_kernel PROPERTIES EXPORT_NAME kernel VERSION ${PROJECT_VERSION} SOVERSION 0 DEFINE_SYMBOL "")
     target_compile_features(talvo_kernel PUBLIC cxx_std_20)
     target_include_directories(talvo_kernel PUBLIC
         $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${installedIncludes}>)
@@ -29,17 +29,17 @@ if(kernelSources)
     target_precompile_headers(talvo_kernel PRIVATE ${PROJECT_SOURCE_DIR}/cmake/pch_std.h)
 endif()
 
-if(moduleSources)
+if(moduleSources AND TARGET talvo_kernel)
     add_library(talvo_assets ${moduleSources})
     add_library(TalvoAssets::assets ALIAS talvo_assets)
-    set_target_properties(talvo_assets PROPERTIES EXPORT_NAME assets VERSION ${PROJECT_VERSION} SOVERSION 0)
+    set_target_properties(talvo_assets PROPERTIES EXPORT_NAME assets VERSION ${PROJECT_VERSION} SOVERSION 0 DEFINE_SYMBOL "")
     target_include_directories(talvo_assets
         PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${installedIncludes}>
         PRIVATE ${moduleRoots})
     target_link_libraries(talvo_assets
         PUBLIC talvo_kernel
         PRIVATE nlohmann_json::nlohmann_json OpenSSL::Crypto XxHash::XxHash)
-    target_precompile_headers(talvo_assets PRIVATE ${PROJECT_SOURCE_DIR}/cmake/pch_std.h)
+    target_precompile_headers(talvo_assets REUSE_FROM talvo_kernel)
 endif()
 
 # The version is known to one file only: a new commit must not compile the rest again.
@@ -55,6 +55,9 @@ endif()
 if(TALVO_BUILD_APPS AND appSources AND TARGET talvo_assets)
     add_executable(talvo ${appSources})
     target_link_libraries(talvo PRIVATE talvo_assets CLI11::CLI11)
+    if(NOT BUILD_SHARED_LIBS)  # position independent code has another precompiled header
+        target_precompile_headers(talvo REUSE_FROM talvo_kernel)
+    endif()
 endif()
 
 # A program looks for its resources in ../share/talvo: so installed and freshly built ones do the same.
