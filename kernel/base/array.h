@@ -21,6 +21,7 @@ class BaseArray {
 public:
     BaseArray() = default;
     BaseArray(std::initializer_list<T> values) : _values(values) {}
+    explicit BaseArray(std::vector<T> values) : _values(std::move(values)) {}
 
     Int GetCount() const { return Int(_values.size()); }
     Bool IsEmpty() const { return _values.empty(); }
