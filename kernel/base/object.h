@@ -157,6 +157,10 @@ public:
         return StrongRef<T>::Adopt(_object);
     }
     Bool IsAlive() const { return _control && _control->strong.load(std::memory_order_acquire) != 0; }
+    /// Both were made from one object, alive or not.
+    friend Bool operator==(const WeakRef& first, const WeakRef& second) {
+        return first._control == second._control && first._object == second._object;
+    }
     /// True if this was made from `object`, alive or not; compares identity without promoting.
     Bool Refers(const T* object) const { return _object == object; }
 

@@ -19,29 +19,32 @@ public:
     explicit Data(T&& value) {
         Emplace<std::remove_cvref_t<T>>(std::forward<T>(value));
     }
+    /// Ids of all kinds are held as `Id`, so that one text is one value.
+    explicit Data(const LiteralId& id);
+    explicit Data(const InternedId& id);
     Data(const Data& other);
-    Data(Data&& other) noexcept;
+    Data(Data&& other) noexcept { MoveFrom(other); }
     ~Data() { Reset(); }
     Data& operator=(Data other) noexcept;
 
     Bool IsEmpty() const { return _type == nullptr; }
     Bool IsPopulated() const { return _type != nullptr; }
-    /// Null if empty. For a value of a type unknown here it is a descriptor that carries the type's id.
+    /// Null if empty. For a value of a type unknown here it is a descriptor that carries the type's id; that one lives only as
+    /// long as a copy of the value, so that hostile documents can't fill a table with ids.
     DataType GetType() const { return _type; }
     /// The id of the type, also of one that is unknown here; the null id if empty.
     const Id& GetTypeId() const;
 
-    /// The value if it is a `T`, else null. Valid as long as this Data is unchanged.
+    /// The value if it is a `T`, else null. Valid as long as this Data is unchanged. `Data` itself counts as its own type.
     template <typename T>
-    const T* GetPtr() const {
-        return _type == talvo::GetDataType<T>() ? static_cast<const T*>(GetMemory()) : nullptr;
-    }
-    /// A copy of the value. Errors: IllegalArgumentError that names both types.
+    const T* GetPtr() const;
+    /// A copy of the value. One that was carried unread, since its type wasn't known yet, is read now.
+    /// Errors: IllegalArgumentError that names both types; FileFormatError if such a value doesn't read as a `T`.
     template <typename T>
-    Result<T> Get() const {
-        if (const T* value = GetPtr<T>()) return T(*value);
-        return MakeTypeError(talvo::GetDataType<T>()->id);
-    }
+    Result<T> Get() const;
+
+    /// The memory of the value, laid out as its type; null if empty.
+    const void* GetMemory() const;
 
     /// Text for people and logs.
     std::string ToString() const;
@@ -50,9 +53,15 @@ public:
     /// Reads what ToDocument gives. A type that isn't registered is carried unread and written back whole.
     /// Errors: FileFormatError.
     static Result<Data> FromDocument(const DocumentValue& value);
+    /// The value alone, for where its type is known. Errors: as ToDocument.
+    Result<DocumentValue> ToBareDocument() const;
+    /// Reads what ToBareDocument gives; the null id stands for the empty Data. Errors: FileFormatError.
+    static Result<Data> FromBareDocument(const Id& typeId, const DocumentValue& value);
 
     void Reset();
     friend Bool operator==(const Data& first, const Data& second);
+    /// Order by type id, then by value where the type has an order, else by text. 0 doesn't mean equal.
+    static int CompareForOrder(const Data& first, const Data& second);
     UInt GetHashCode() const;
     template <typename H>
     friend H AbslHashValue(H state, const Data& data) {
@@ -62,15 +71,15 @@ public:
 private:
     template <typename T, typename U>
     void Emplace(U&& value);
-    const void* GetMemory() const;
+    /// What a value of the unregistered type `typeId` was read from, or null.
+    const DocumentValue* FindUnread(const Id& typeId) const;
+    void MoveFrom(Data& other) noexcept;
     ErrorRef MakeTypeError(const Id& wanted) const;
 
     DataType _type = nullptr;
     union {
         alignas(8) std::byte _inline[16];
-        struct {
-            void* _shared;  // counted box
-        };
+        void* _shared;  // counted box
     };
 };
 
@@ -79,3 +88,5 @@ static_assert(sizeof(Data) == 24);
 }  // namespace talvo
 
 #include "kernel/data/data.inl"
+// Whoever can hold a value knows the plain types, so that no file sees them without.
+#include "kernel/data/standard_types.h"

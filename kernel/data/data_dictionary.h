@@ -16,6 +16,9 @@ public:
         Bool operator==(const Entry&) const = default;
     };
 
+    /// All entries at once, in any order. Errors: IllegalArgumentError that names a key that is there twice.
+    static Result<DataDictionary> Create(BaseArray<Entry> entries);
+
     Bool IsEmpty() const { return _entries.IsEmpty(); }
     Int GetCount() const { return _entries.GetCount(); }
     const Entry* begin() const { return _entries.begin(); }
@@ -28,8 +31,9 @@ public:
     template <typename T>
     Opt<T> Get(const Id& key) const {
         const Data* data = Find(key);
-        const T* value = data ? data->GetPtr<T>() : nullptr;
-        return value ? Opt<T>(*value) : Opt<T>();
+        if (!data) return {};
+        Result<T> value = data->Get<T>();
+        return value.IsOk() ? Opt<T>(std::move(value).GetValue()) : Opt<T>();
     }
     /// An empty `value` erases the key. Throws std::bad_alloc.
     void Set(const Data& key, Data value);
@@ -50,9 +54,13 @@ public:
     }
 
 private:
-    Array<Entry> _entries;  // sorted by key
+    Int FindIndex(const Data& key) const;
+    void Publish(BaseArray<Entry> entries) { _entries = Array<Entry>(std::move(entries)); }
+
+    Array<Entry> _entries;  // sorted by Data::CompareForOrder of the keys; keys that tie stand together
 };
 
+/// An object by id text if all keys are ids, else a list of pairs. Values stand with their types.
 template <>
 struct DataTraits<DataDictionary> {
     static constexpr LiteralId ID{"net.talvo.datatype.datadictionary"};

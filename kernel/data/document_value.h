@@ -26,7 +26,14 @@ public:
     DocumentValue() = default;
     DocumentValue(Bool value) : _value(value) {}
     DocumentValue(Int64 value) : _value(value) {}
-    DocumentValue(UInt64 value) : _value(value) {}
+    /// Held as Int64 where it fits, so that equal numbers are equal values.
+    DocumentValue(UInt64 value) {
+        if (value <= UInt64(INT64_MAX)) {
+            _value = Int64(value);
+        } else {
+            _value = value;
+        }
+    }
     DocumentValue(Float64 value) : _value(value) {}
     DocumentValue(std::string text) : _value(std::move(text)) {}
     DocumentValue(const char* text) : _value(std::string(text)) {}
@@ -55,6 +62,8 @@ public:
 
     Bool operator==(const DocumentValue&) const = default;
     const auto& GetVariant() const { return _value; }
+    /// One line like JSON, for people and logs; long values are cut.
+    std::string ToString() const;
 
 private:
     std::variant<std::monostate, Bool, Int64, UInt64, Float64, std::string, Blob, ArrayType, ObjectType> _value;
