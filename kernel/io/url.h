@@ -54,15 +54,23 @@ inline constexpr LiteralId NO_PROXY_CACHING{"net.talvo.url.http_no_proxy_caching
 /// Scheme, authority (text or a whole url), path as raw bytes, and side data by id. Copy on write.
 ///
 /// The query (side data `net.talvo.url.query`, a String) counts in text, equality and hash; other side data count in none.
-/// Path components are joined by "/"; a file url's path begins with "/". File names that are not UTF-8 keep their bytes here.
+/// Path components are joined by "/". A file url's path begins with "/" and has no doubled or last one; other schemes keep
+/// their path byte for byte. File names that are not UTF-8 keep their bytes here. An empty query counts as none.
 /// Threads: as a plain value; copies may go to other threads.
 class Url {
 public:
-    Url() = default;
-    /// A file url of a path of the system; relative paths stand on the working directory.
+    Url();
+    Url(const Url& other);
+    Url(Url&& other) noexcept;
+    ~Url();
+    Url& operator=(Url other) noexcept;
+
+    /// A file url of a path of the system; relative paths stand on the working directory. "." components are dropped, ".."
+    /// stay, since what they lead to depends on links. The empty path gives the empty url.
     static Url FromSystemPath(std::string_view path);
     static Url Create(const Id& scheme, std::string_view authority, std::string_view path);
-    /// Reads "scheme:///path?query", percent-decoded. Text without a scheme, or an empty one, is IllegalArgumentError.
+    /// Reads "scheme:///path?query", percent-decoded; a url as authority stands encoded in "[...]". "scheme:path" is read too.
+    /// Errors: IllegalArgumentError for text without a scheme, also the empty one, and for urls within urls beyond 8.
     static Result<Url> Parse(std::string_view text);
 
     Bool IsEmpty() const;
@@ -78,23 +86,27 @@ public:
     void SetPath(std::string_view path);
     /// This url without its last component.
     Url GetDirectory() const;
-    /// The last component, raw bytes.
+    /// The last component, raw bytes; empty if there is none.
     std::string_view GetName() const;
+    /// Replaces the last component, or adds one where there is none.
     void SetName(std::string_view name);
     void RemoveName();
-    /// Adds a component (or several, split at "/").
+    /// Adds a component (or several, split at "/"); the empty text adds nothing.
     Url& Append(std::string_view component);
     friend Url operator+(Url url, std::string_view component) { return std::move(url.Append(component)); }
     /// What stands behind the last "." of the name, as it stands; empty if there is none or the name begins with it.
     std::string_view GetSuffix() const;
     /// Without regard to ASCII case.
     Bool CheckSuffix(std::string_view suffix) const;
+    /// Replaces the suffix, or adds one; the empty text clears it. A name that is empty, "." or ".." stays.
     void SetSuffix(std::string_view suffix);
     void ClearSuffix();
+    /// What stands between the slashes; empty components are left out.
     BaseArray<std::string> GetComponents() const;
     /// Whole text, percent-encoded, with the query: what Parse reads.
     std::string GetUrl() const;
-    /// Path of the system for a file url. Errors: IllegalArgumentError for another scheme.
+    /// Path of the system for a file url. Errors: IllegalArgumentError for another scheme, an authority (another computer) and
+    /// a path with a NUL byte.
     Result<std::string> GetSystemPath() const;
     /// For people and messages: a file's path, else the url's text; always UTF-8.
     String ToString() const;
@@ -134,6 +146,7 @@ public:
 
 private:
     struct Body;
+    static Result<Url> ParseNested(std::string_view text, Int depth);
     Body& MakeWritable();
     StrongRef<Body> _body;
 };
