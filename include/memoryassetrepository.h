@@ -13,6 +13,7 @@ namespace talvo {
 /// Version ids are `v<counter>`.
 class MemoryAssetRepository {
 public:
+    /// Whether versions can be stored.
     enum class ACCESS { READ_ONLY, WRITABLE };
     /// A fresh, empty repository with these bases.
     static Result<BaseAssetRepositoryRef> Create(const Id& id, Block<const AssetRepositoryRef> bases, ACCESS access);

@@ -19,6 +19,7 @@ public:
 
 /// One thing that a check of a repository found.
 struct RepositoryFinding {
+    /// What is wrong.
     enum class PROBLEM : Int32 {
         PAYLOAD_CHANGED,     ///< the bytes don't have the hash under which they were stored
         PAYLOAD_MISSING,
@@ -38,6 +39,7 @@ struct RepositoryFinding {
     Url path;
 };
 
+/// What a check went through.
 struct RepositoryCheckSummary {
     Int assets = 0;
     Int versions = 0;
@@ -51,6 +53,7 @@ namespace RepositoryMaintenance {
 /// @param threads at least 1. Errors: IllegalArgumentError if `root` is no repository; OperationCancelledError.
 Result<RepositoryCheckSummary> Verify(const Url& root, Int threads, Receiver<RepositoryFinding> receiver);
 
+/// Whether leftovers are removed or only told.
 enum class GC_MODE { REMOVE, DRY_RUN };
 /// A leftover and its size.
 struct Leftover {

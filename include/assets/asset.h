@@ -16,6 +16,7 @@ using UpdatableAssetRepositoryRef = StrongRef<UpdatableAssetRepositoryInterface>
 
 /// How a version fits this application's version.
 struct AssetVersionValidity {
+    /// Which limit is not kept.
     enum class STATE : Int32 { VALID = 0, NEEDS_LATER = 1, NEEDS_EARLIER = 2 };
     STATE state = STATE::VALID;
     Float64 minVersion = 0;          ///< 0 if valid, as the next two

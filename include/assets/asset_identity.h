@@ -33,6 +33,7 @@ struct AssetVersionKey {
     UInt counter = 0;  ///< 1 for the first version of the asset in its repository
     UInt origin = 0;   ///< masked word of the id of the repository that made the first version
 
+    /// All zero: there is no key.
     Bool IsEmpty() const { return time == 0 && counter == 0 && origin == 0; }
     friend std::strong_ordering operator<=>(const AssetVersionKey& first, const AssetVersionKey& second) {
         if (const auto order = first.time <=> second.time; order != 0) return order;

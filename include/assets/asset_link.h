@@ -40,6 +40,7 @@ public:
     /// Replaces the origin data.
     virtual void SetOriginData(const DataDictionary& originData) = 0;
 
+    /// How much of a link its text shows.
     enum class TEXT_LEVEL { SHORT, FULL };
     /// The short text of a link, or all of it.
     virtual String ToText(TEXT_LEVEL level) const = 0;

@@ -31,7 +31,9 @@ constexpr ASSET_METADATA_KIND operator|(ASSET_METADATA_KIND first, ASSET_METADAT
 constexpr ASSET_METADATA_KIND operator&(ASSET_METADATA_KIND first, ASSET_METADATA_KIND second) {
     return ASSET_METADATA_KIND(UInt32(first) & UInt32(second));
 }
+/// Whether any bit of `flag` is set.
 constexpr Bool HasFlag(ASSET_METADATA_KIND kind, ASSET_METADATA_KIND flag) { return (kind & flag) != ASSET_METADATA_KIND::NONE; }
+/// The kind with the bits of `flag` cleared.
 constexpr ASSET_METADATA_KIND WithoutFlag(ASSET_METADATA_KIND kind, ASSET_METADATA_KIND flag) {
     return ASSET_METADATA_KIND(UInt32(kind) & ~UInt32(flag));
 }

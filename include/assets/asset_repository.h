@@ -22,6 +22,7 @@ enum class ASSET_FIND_MODE : UInt32 {
 constexpr ASSET_FIND_MODE operator|(ASSET_FIND_MODE first, ASSET_FIND_MODE second) {
     return ASSET_FIND_MODE(UInt32(first) | UInt32(second));
 }
+/// Whether any bit of `flag` is set.
 constexpr Bool HasFlag(ASSET_FIND_MODE mode, ASSET_FIND_MODE flag) { return (UInt32(mode) & UInt32(flag)) != 0; }
 
 /// What a lookup hands out: a version, or with ASK_REPOSITORY a repository in its place.
