@@ -179,10 +179,12 @@ Result<AssetMetaDataImpl::Change> AssetMetaDataImpl::StoreThrough(const Interned
     // An entry keeps the kind that it was made with, on disk as in the table.
     const AssetMetaDataEntry* entry = state->entries.Find(metaId);
     const Bool keepsKind = entry && HasFlag(entry->kind, KIND::PERSISTENT);
-    Data value = TRY(write(_vdata, keepsKind ? entry->kind : GetStoredKind(kind)));
+    const KIND written = keepsKind ? entry->kind : GetStoredKind(kind);
+    Data value = TRY(write(_vdata, written));
     Data current = value;
-    Data previous = TRY(SetEntry(*state, metaId, std::move(value), kind));
-    return Change{std::move(previous), std::move(current)};
+    // What may change was tested before the write, so that disk and table stay one.
+    Data previous = TRY(SetEntry(*state, metaId, std::move(value), written | KIND::OVERRIDE_READ_ONLY));
+    return Change{std::move(previous), std::move(current), written};
 }
 
 const AssetMetaData& AssetMetaData::DefaultValuePtr() {

@@ -35,10 +35,11 @@ public:
     struct Change {
         Data previous;
         Data current;
+        KIND kind;  // under which it was written
     };
+    enum class CHANGE { SET, REMOVE };
     /// One write through the backend: `write` is called under the lock with the backend's data of the version and the kind to write, and gives the
     /// value to keep. A refused change is refused before `write` is called.
-    enum class CHANGE { SET, REMOVE };
     Result<Change> StoreThrough(const InternedId& metaId, CHANGE change, KIND kind,
                                 FunctionRef<Result<Data>(const Data& vdata, KIND kind)> write);
 

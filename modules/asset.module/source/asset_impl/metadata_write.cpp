@@ -39,10 +39,12 @@ Result<void> RepositoryEngine::WriteMetaData(const MetaDataWrite& write) {
     const Bool removes = asFile ? write.source.IsEmpty() : write.data.IsEmpty();
     const auto change = TRY(metaData->StoreThrough(
         write.metaId, removes ? AssetMetaDataImpl::CHANGE::REMOVE : AssetMetaDataImpl::CHANGE::SET, write.kind,
-        [&](const Data& vdata, KIND kind) {
+        [&](const Data& vdata, KIND kind) -> Result<Data> {
+            // The entry may be of another kind than the one asked for, and that is the one that is written.
+            if (IsRepositoryContent(kind)) TRY(CheckWritable());
             return _self.StoreMetaDataImpl(vdata, write.metaId, write.data, write.asset->GetIdAndVersion(), write.source, kind, asFile);
         }));
-    _self.HandleMetaDataStored(write.asset, write.metaId, GetStoredKind(write.kind), change.previous, change.current);
+    _self.HandleMetaDataStored(write.asset, write.metaId, change.kind, change.previous, change.current);
     return OK;
 }
 
