@@ -12,6 +12,7 @@ struct IoEntry {
     std::string name;  ///< raw bytes
     IO_DETECT kind = IO_DETECT::FAILED;
     Int64 size = 0;    ///< of a file, where browsing knew it, else -1
+    Bool isLink = false;  ///< the entry itself is a link; `kind` and `size` are those of what it points at
 };
 
 enum class BROWSE_MODE { NAMES, NAMES_AND_SIZES };
@@ -38,7 +39,7 @@ public:
     virtual Result<void> IoDelete();
     virtual Result<void> IoCreateDirectory();
     virtual Result<Bool> IoCreateDirectoryExclusive();
-    /// Copies this file to `target` on any scheme, replacing a file there whole or not at all.
+    /// Copies this file to `target` on any scheme, replacing a file there whole or not at all. By default through streams.
     virtual Result<void> IoCopyFile(const Url& target);
     /// Within one scheme. Errors: IoError that names both.
     virtual Result<void> IoRename(const Url& target, RENAME_MODE mode);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "kernel/io/file_system.h"
+#include "kernel/thread/lock_order.h"
 
 #include <algorithm>
 #include <atomic>
@@ -65,6 +66,7 @@ constexpr Bool IsFaultTraceOn() { return false; }
 /// Does `call`, which gives 0 or an error number, as one numbered operation.
 template <typename CALL>
 int DoNumbered(FILE_OPERATION operation, const FaultSubject& subject, CALL&& call) {
+    CheckNoLockHeld(LOCK_USE::IO, "a file operation");
     const FaultPoint point(operation, subject);
     const int error = point.GetError() != 0 ? point.GetError() : call(point);
     point.Leave(operation, subject, error);

@@ -31,6 +31,7 @@ public:
     virtual Result<Int64> ReadEOS(Block<char> buffer) = 0;
     /// Exactly `buffer.size()` bytes. Errors: IoError "Unexpected end of @." that names the stream.
     Result<void> Read(Block<char> buffer);
+    /// Passes over up to `count` bytes. @return how many; less only at the end. Errors: IllegalArgumentError if it is negative.
     virtual Result<Int64> Skip(Int64 count);
     virtual String GetName() const = 0;
 };

@@ -1,0 +1,17 @@
+// Streams of files.
+#pragma once
+
+#include "kernel/io/streams.h"
+#include "kernel/io/url.h"
+
+#include <string>
+
+namespace talvo {
+
+/// Errors: IoError that names `path`.
+Result<InputStreamRef> OpenFileInputStream(const std::string& path);
+/// Small writes are gathered; an error may come with Flush or Close instead. After one the stream fails with it for good.
+/// Errors: IoError that names `path`.
+Result<OutputStreamRef> OpenFileOutputStream(const std::string& path, OUTPUT_MODE mode);
+
+}  // namespace talvo
