@@ -65,6 +65,13 @@ public:
     Bool IsEqual(const AssetLink& other) const;
     /// Hash of all members.
     UInt GetHashCode() const;
+
+    /// A link is a value: two of one content are one, also as values in tables.
+    friend Bool operator==(const AssetLink& first, const AssetLink& second) { return first.IsEqual(second); }
+    template <typename H>
+    friend H AbslHashValue(H state, const AssetLink& link) {
+        return H::combine(std::move(state), link.GetHashCode());
+    }
 };
 
 /// One dependency of an asset, as metadata lists it.
@@ -75,6 +82,14 @@ struct AssetDependencyStruct {
     String originalName;
     ASSET_UPDATE_POLICY updatePolicy = ASSET_UPDATE_POLICY::EXPLICIT;
     Bool operator==(const AssetDependencyStruct&) const = default;
+};
+
+/// A policy is stored as its number.
+template <>
+struct DataTraits<ASSET_UPDATE_POLICY> {
+    static constexpr LiteralId ID{"net.talvo.datatype.enum.asset_update_policy"};
+    static Result<DocumentValue> ToDocument(const ASSET_UPDATE_POLICY& value);
+    static Result<ASSET_UPDATE_POLICY> FromDocument(const DocumentValue& value);
 };
 
 /// A link can be stored as a value.

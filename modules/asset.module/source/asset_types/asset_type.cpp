@@ -1,0 +1,86 @@
+// What a type does unless it knows better, and the registries of types and renamings.
+#include "assets/asset_type.h"
+
+#include "asset_types/file_asset.h"
+#include "asset_types/meta_strings.h"
+#include "assets/asset_repository.h"
+#include "kernel/app/application.h"
+#include "kernel/io/connection.h"
+#include "kernel/text/format.h"
+
+namespace talvo {
+
+namespace {
+
+constexpr LiteralId MODULE_ID{"net.talvo.asset"};
+
+/// Types of values that a document may hold before anyone used them in this process.
+void RegisterDataTypes() {
+    DataTypes::RegisterAll<AssetLink, BaseArray<AssetLink>, AssetDependencyStruct, BaseArray<AssetDependencyStruct>,
+                           ASSET_UPDATE_POLICY, AssetVersionRange, AssetUsage, BaseArray<Id>, IdAndVersion, Url,
+                           DataDictionary>();
+}
+
+Registry<AssetType>& MakeAssetTypes() {
+    RegisterDataTypes();
+    auto* types = new Registry<AssetType>("net.talvo.registry.assettypes"_id);
+    const AssetType file = MakeFileAssetType();
+    types->Register(file->GetId(), file)
+        .Ignore("the first entry of an empty registry can only fail for lack of memory; then files are of an unknown type");
+    return *types;
+}
+
+}  // namespace
+
+// Both are made at first use and never destroyed: static objects of other files may ask before this file's are made and after they are gone.
+Registry<AssetType>& GetAssetTypes() {
+    static Registry<AssetType>& types = MakeAssetTypes();
+    return types;
+}
+
+Registry<Delegate<Result<Id>(const Id&)>>& GetAssetRenamings() {
+    static auto& renamings = *new Registry<Delegate<Result<Id>(const Id&)>>("net.talvo.registry.assetrenamings"_id);
+    return renamings;
+}
+
+AssetType FindAssetType(const Id& typeId) { return GetAssetTypes().FindEntryValue(typeId).value_or(AssetType()); }
+
+Result<String> AssetTypeBase::GetUrlSuffix(const Asset&) const { return String(); }
+
+Result<Url> AssetTypeBase::GetDefaultIcon(const AssetRepositoryRef&, const IdAndVersion&, const AssetMetaData&) const {
+    const Url resources = TRY(Application::PrivateGetUrl(MODULE_ID, APPLICATION_DIRECTORY::MODULE_RESOURCES));
+    return resources + "icons" + "genericasset.svg";
+}
+
+Result<void> AssetTypeBase::CopyWithEncryption(const AssetDescription&, const Url& from, const Url& to) const {
+    const IoConnectionRef connection = TRY(from.OpenConnection());
+    return connection->IoCopyFile(to);
+}
+
+Result<Id> AssetTypeBase::GetRepositoryId(const Id& id, Int32) const { return id; }
+
+Result<String> AssetTypeBase::GetMetaString(const AssetDescription& asset, const InternedId& key, LanguageRef language,
+                                            const String& fallback) const {
+    return MetaStrings::Get(this, asset, key, language, fallback);
+}
+
+Result<void> AssetTypeBase::StoreMetaString(const AssetDescription& asset, const InternedId& key, const String& value,
+                                            LanguageRef language) const {
+    return MetaStrings::Store(this, asset, key, value, language);
+}
+
+Result<std::tuple<Data, Bool>> AssetTypeBase::ComputeMetaData(const AssetRepositoryRef& repository, const IdAndVersion&,
+                                                              const AssetMetaData&, const InternedId& metaId) const {
+    const AssetRepositoryRef& builtin = AssetInterface::GetBuiltinRepository();
+    if (metaId.GetId() == ASSETMETADATA::CATEGORY && builtin && repository == builtin) {
+        return std::tuple(Data(NODE_CATEGORY_UNCATEGORIZED), false);
+    }
+    return std::tuple(Data(), false);
+}
+
+Result<Data> AssetTypeBase::GetProperty(const Id& key) const {
+    if (key == ASSETTYPE_SUPPORT_VERSIONS) return Data(true);
+    return IllegalArgumentError::Create(FormatMessage("Asset type @ has no property @.", GetId(), key));
+}
+
+}  // namespace talvo

@@ -1,0 +1,21 @@
+// Texts of assets for people: how they are found over languages, types and the description system, and how they are set.
+#pragma once
+
+#include "assets/asset_type.h"
+
+namespace talvo {
+
+namespace MetaStrings {
+
+/// The default of `AssetTypeInterface::GetMetaString`. @param type null for an unknown type, whose descriptions can't be asked.
+Result<String> Get(const AssetTypeInterface* type, const AssetDescription& asset, const InternedId& key, LanguageRef language,
+                   const String& fallback);
+/// The default of `AssetTypeInterface::StoreMetaString`.
+Result<void> Store(const AssetTypeInterface* type, const AssetDescription& asset, const InternedId& key, const String& value,
+                   LanguageRef language);
+/// Tells the description system that texts of `asset` have changed. What fails there concerns its users only.
+void NoteChange(const AssetDescription& asset, LanguageRef language);
+
+}  // namespace MetaStrings
+
+}  // namespace talvo
