@@ -8,19 +8,26 @@ namespace talvo {
 
 namespace FileUtilities {
 
-/// The whole content. @param limit in bytes; more is IoError that says so.
+/// The whole content. @param limit in bytes; more is IoError that says so, before it is read.
 Result<std::string> ReadFileToMemory(const Url& url, Int64 limit);
+/// The same for what is left of an open stream.
+Result<std::string> ReadStreamToMemory(InputStream& input, Int64 limit);
 /// Replaces the file whole (OUTPUT_MODE::REPLACE).
 Result<void> WriteFileFromMemory(const Url& url, std::string_view bytes);
 /// Copies what is left of `input` to `output`. Neither is closed. @return how many bytes.
+/// Errors: those of both; IoError if `input` ends before the length that it told.
 Result<Int64> CopyStream(InputStream& input, OutputStream& output);
 
-enum class COPY_LINKS { FOLLOW_FILES, PASS_OVER };
-/// A file, or a directory entry by entry. Entries that are neither are passed over and named in `passedOver` (may be null);
-/// links to directories are never followed. The target of a directory must not lie in the source.
+/// A file, or a directory entry by entry. Below it, links to files are copied as files; links to directories, fifos, sockets,
+/// devices and dangling links are passed over and named in `passedOver` (may be null). What is in a target directory already
+/// stays, unless it has the name of something copied. An error leaves what was copied before it.
+/// Errors: IoError that names what can't be read or written; IllegalArgumentError if `target` lies in the directory `source`.
 Result<void> CopyFileOrDirectory(const Url& source, const Url& target, BaseArray<Url>* passedOver);
-/// Sum of the sizes of the file or of all files below the directory.
+/// Sum of the sizes of the file or of all files below the directory; what CopyFileOrDirectory passes over counts nothing.
 Result<Int64> GetSize(const Url& url);
+/// Makes all that was written to the file system of `url` survive a loss of power: one call at the end of much work, where
+/// syncing each file costs more. Nothing to do for urls that are no files of the system.
+Result<void> SyncFileSystem(const Url& url);
 
 }  // namespace FileUtilities
 
