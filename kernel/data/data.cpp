@@ -2,6 +2,7 @@
 #include "kernel/data/data.h"
 
 #include "kernel/data/document_ids.h"
+#include "kernel/data/document_json.h"
 #include "kernel/text/format.h"
 
 #include <atomic>
@@ -109,13 +110,21 @@ Bool operator==(const Data& first, const Data& second) {
     return sameType && first._type->equal(first.GetMemory(), second.GetMemory());
 }
 
+std::string Data::MakeOrderText() const {
+    const Result<DocumentValue> document = ToBareDocument();
+    if (document.IsError()) return ToString();
+    // Whole and unmistakable, unlike the text for people: hostile keys must not tie by the thousand.
+    Result<std::string> text = WriteJson(document.GetValue());
+    return text.IsOk() ? std::move(text).GetValue() : ToString();
+}
+
 int Data::CompareForOrder(const Data& first, const Data& second) {
     const std::strong_ordering types = first.GetTypeId() <=> second.GetTypeId();
     if (types != 0) return types < 0 ? -1 : 1;
     if (first._type && first._type == second._type && first._type->compare) {
         return first._type->compare(first.GetMemory(), second.GetMemory());
     }
-    const int texts = first.ToString().compare(second.ToString());
+    const int texts = first.MakeOrderText().compare(second.MakeOrderText());
     return texts < 0 ? -1 : texts > 0 ? 1 : 0;
 }
 

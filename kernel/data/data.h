@@ -60,7 +60,7 @@ public:
 
     void Reset();
     friend Bool operator==(const Data& first, const Data& second);
-    /// Order by type id, then by value where the type has an order, else by text. 0 doesn't mean equal.
+    /// Order by type id, then by value where the type has an order, else by its form in documents. 0 doesn't mean equal.
     static int CompareForOrder(const Data& first, const Data& second);
     UInt GetHashCode() const;
     template <typename H>
@@ -74,6 +74,7 @@ private:
     /// What a value of the unregistered type `typeId` was read from, or null.
     const DocumentValue* FindUnread(const Id& typeId) const;
     void MoveFrom(Data& other) noexcept;
+    std::string MakeOrderText() const;
     ErrorRef MakeTypeError(const Id& wanted) const;
 
     DataType _type = nullptr;
