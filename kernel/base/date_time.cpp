@@ -89,9 +89,10 @@ Int64 CountDays(Int64 year, Int64 month, Int64 day, Bool& valid) {
 
 /// Seconds rounded down, and the rest.
 std::pair<Int64, Int64> SplitSeconds(Int64 microseconds) {
-    Int64 seconds = microseconds / MICROSECONDS;
-    if (microseconds % MICROSECONDS < 0) --seconds;
-    return {seconds, microseconds - seconds * MICROSECONDS};
+    const Int64 seconds = microseconds / MICROSECONDS;
+    const Int64 rest = microseconds % MICROSECONDS;
+    if (rest < 0) return {seconds - 1, rest + MICROSECONDS};
+    return {seconds, rest};
 }
 
 }  // namespace
