@@ -15,14 +15,14 @@ namespace {
 constexpr LiteralId MODULE_ID{"net.talvo.asset"};
 
 /// Types of values that a document may hold before anyone used them in this process.
-void RegisterDataTypes() {
+[[maybe_unused]] const Bool DATA_TYPES_KNOWN = [] {
     DataTypes::RegisterAll<AssetLink, BaseArray<AssetLink>, AssetDependencyStruct, BaseArray<AssetDependencyStruct>,
-                           ASSET_UPDATE_POLICY, AssetVersionRange, AssetUsage, BaseArray<Id>, IdAndVersion, Url,
-                           DataDictionary>();
-}
+                           ASSET_UPDATE_POLICY, AssetVersionRange, AssetUsage, BaseArray<Id>, IdAndVersion, Url, DataDictionary,
+                           DataDescriptionDefinition>();
+    return true;
+}();
 
 Registry<AssetType>& MakeAssetTypes() {
-    RegisterDataTypes();
     auto* types = new Registry<AssetType>("net.talvo.registry.assettypes"_id);
     const AssetType file = MakeFileAssetType();
     types->Register(file->GetId(), file)

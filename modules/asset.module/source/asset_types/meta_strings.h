@@ -7,6 +7,8 @@ namespace talvo {
 
 namespace MetaStrings {
 
+/// The texts of one language as metadata holds them, if there are any: a definition, or a dictionary with one under the empty key.
+Result<Opt<DataDescriptionDefinition>> GetDefinition(const AssetMetaData& metaData, const InternedId& languageMetaDataId);
 /// The default of `AssetTypeInterface::GetMetaString`. @param type null for an unknown type, whose descriptions can't be asked.
 Result<String> Get(const AssetTypeInterface* type, const AssetDescription& asset, const InternedId& key, LanguageRef language,
                    const String& fallback);
