@@ -29,7 +29,10 @@ CString GetVersionText();
 /// All directories below `home`, for tests and portable use: home/{temporary,generated,preferences}. Empty: the XDG base
 /// directories. Default: the environment's TALVO_HOME. Call before any directory was asked for.
 void SetHome(const Url& home);
-/// The directory of `kind` for `owner` (a module's id). It need not exist; nothing is made.
+/// The directory of `kind` for `owner` (a module's id), which is its last component; APPLICATION_RESOURCES is one for all.
+/// It need not exist; nothing is made. Resources lie in share/talvo beside the program's or the library's directory, or where
+/// the environment's TALVO_RESOURCES says.
+/// Errors: IllegalArgumentError for an owner that can't be a name, SystemError if the user's own directory can't be told.
 Result<Url> PrivateGetUrl(const Id& owner, APPLICATION_DIRECTORY kind);
 /// A fresh file name in `directory`, which is made if it isn't there.
 Result<Url> GetTempUrl(const Url& directory);

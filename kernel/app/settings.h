@@ -21,11 +21,12 @@ enum class SETTINGS_LEVEL : Int32 {
 /// A dictionary of settings. Threads: any. Two processes: each write reads the file again under a lock and replaces it whole.
 class SettingsInterface : public ObjectInterface {
 public:
-    /// The settings of `level`; one object a level.
+    /// The settings of `level`; one object a level. Errors: IllegalArgumentError for another level.
     static Result<StrongRef<SettingsInterface>> GetSettings(SETTINGS_LEVEL level);
-    /// Empty Data if the key isn't there. Errors: those of reading the file.
+    /// Empty Data if the key isn't there. Errors: those of reading the file, FileFormatError that names it if it is damaged.
     virtual Result<Data> Get(const Id& key) = 0;
-    /// Empty `value` erases the key. A damaged file is set aside ("settings.json.damaged-<time>") and named in the log, never overwritten.
+    /// Empty `value` erases the key. A damaged file is set aside ("settings.json.damaged-<time>") and named in the log, never
+    /// overwritten. Errors: those of reading, locking and writing the file; IllegalArgumentError for an empty key.
     virtual Result<void> Set(const Id& key, const Data& value) = 0;
 };
 using SettingsRef = StrongRef<SettingsInterface>;
@@ -45,7 +46,8 @@ public:
 
     /// All variables, sorted by name.
     static std::vector<ConfigVariable*> GetAll();
-    /// Errors: IllegalArgumentError that names an unknown variable or a value that is neither true nor false.
+    /// "name=true,name=false". Errors: IllegalArgumentError that names an unknown variable or a value that is neither true nor
+    /// false; then none is set.
     static Result<void> SetFromText(std::string_view assignments);
 
 private:

@@ -18,6 +18,12 @@ constexpr LiteralId FILE_SCHEME{"file"};
 constexpr Id NO_ID;
 constexpr Int MAX_EMBEDDING = 8;
 
+/// Documents may hold urls before anyone in this process made one.
+[[maybe_unused]] const Bool isRegistered = [] {
+    DataTypes::RegisterAll<Url>();
+    return true;
+}();
+
 struct SideData {
     Id key;
     Data value;
