@@ -89,7 +89,7 @@ Result<BaseArray<Entry>> ReadPairs(const DocumentValue::ArrayType& pairs) {
 }  // namespace
 
 Result<DataDictionary> DataDictionary::Create(BaseArray<Entry> entries) {
-    std::stable_sort(entries.begin(), entries.end(), IsLess);
+    std::sort(entries.begin(), entries.end(), IsLess);
     // Equal keys tie, so they stand in one run; runs are short.
     for (Int run = 0; run < entries.GetCount();) {
         Int next = run + 1;

@@ -10,6 +10,8 @@
 
 namespace talvo {
 
+namespace {
+
 /// Counts its living copies; the numbers of bytes choose where it is held.
 template <int BYTES>
 struct Counted {
@@ -28,6 +30,8 @@ using Large = Counted<40>;
 struct NoEquality {
     int value = 0;
 };
+
+}  // namespace
 
 template <>
 struct DataTraits<Small> {

@@ -1,16 +1,9 @@
-// Documents: that every value comes back as it was, the bytes, and what hostile bytes get.
+// Documents: that every value comes back as it was, and the bytes.
 #include "kernel/data/document.h"
 
-#include "kernel/base/hashing.h"
 #include "kernel/data/base64.h"
-#include "kernel/data/data_dictionary.h"
-#include "kernel/data/document_binary.h"
 #include "kernel/data/document_json.h"
-#include "kernel/data/standard_types.h"
-#include "kernel/text/format.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "document_samples.h"
 
 #include <bit>
 #include <cmath>
@@ -18,47 +11,10 @@
 #include <random>
 
 namespace talvo {
+
+using namespace document_samples;
+
 namespace {
-
-using ::testing::HasSubstr;
-
-constexpr LiteralId ROOT{"net.talvo.test"};
-constexpr DOCUMENT_FORMAT FORMATS[] = {DOCUMENT_FORMAT::JSON, DOCUMENT_FORMAT::BINARY};
-
-Result<Data> RoundTrip(const Data& data, DOCUMENT_FORMAT format) {
-    const std::string bytes = TRY(WriteDocumentText(data, ROOT, format));
-    return ReadDocumentText(bytes, ROOT, "sample");
-}
-
-void ExpectRoundTrip(const Data& data) {
-    for (const DOCUMENT_FORMAT format : FORMATS) {
-        const Result<Data> back = RoundTrip(data, format);
-        ASSERT_TRUE(back.IsOk()) << back.GetError()->GetMessage();
-        EXPECT_TRUE(back.GetValue() == data) << data.ToString() << " came back as " << back.GetValue().ToString();
-        EXPECT_EQ(back.GetValue().GetTypeId(), data.GetTypeId());
-    }
-}
-
-void ExpectFormatError(const Result<Data>& result, const std::string& why, const std::string& part = "sample") {
-    ASSERT_TRUE(result.IsError()) << why;
-    EXPECT_TRUE(FileFormatError::IsClassOf(result.GetError())) << why << ": " << result.GetError()->GetMessage();
-    EXPECT_THAT(result.GetError()->GetMessage(), HasSubstr("sample")) << why;
-    EXPECT_THAT(result.GetError()->GetMessage(), HasSubstr(part)) << why;
-}
-
-std::string MakeJson(const std::string& type, const std::string& value) {
-    return R"({"root": "net.talvo.test", "format": 1, "type": "net.talvo.datatype.)" + type + R"(", "value": )" + value + "}";
-}
-
-Result<Data> ReadJsonValue(const std::string& type, const std::string& value) {
-    return ReadDocumentText(MakeJson(type, value), ROOT, "sample");
-}
-
-Id MakeId(std::string_view text) { return MUST(Id::Create(text)); }
-
-DataDictionary MakeDictionary(std::initializer_list<DataDictionary::Entry> entries) {
-    return MUST(DataDictionary::Create(BaseArray<DataDictionary::Entry>(entries)));
-}
 
 TEST(DocumentTest, bringsEachStandardTypeBackInBothForms) {
     const std::string bytes("\x00\xff\x80z", 4);
@@ -208,16 +164,6 @@ TEST(DocumentTest, bringsNestedRandomValuesBack) {
 
 // --- bytes of the formats, kept for ever
 
-Data MakeGoldenValue() {
-    return Data(MakeDictionary({
-        {Data("net.talvo.bytes"_id), Data(CString(std::string_view("\xff\x00", 2)))},
-        {Data("net.talvo.flag"_id), Data(true)},
-        {Data("net.talvo.list"_id), Data(BaseArray<Id>{"a"_id, "b"_id})},
-        {Data("net.talvo.number"_id), Data(1.0)},
-        {Data("net.talvo.time"_id), Data(UniversalDateTime(1683028800000001))},
-    }));
-}
-
 constexpr const char* GOLDEN_JSON = R"json({
   "root": "net.talvo.test",
   "format": 1,
@@ -257,15 +203,6 @@ TEST(DocumentTest, hasTheBytesOfJson) {
               "{\n  \"root\": \"net.talvo.test\",\n  \"format\": 1,\n  \"type\": \"\",\n  \"value\": null\n}\n");
 }
 
-std::string ToHex(std::string_view bytes) {
-    std::string text;
-    for (const char c : bytes) {
-        text += "0123456789abcdef"[UChar(c) >> 4];
-        text += "0123456789abcdef"[UChar(c) & 15];
-    }
-    return text;
-}
-
 TEST(DocumentTest, hasTheBytesOfTheBinaryForm) {
     const Data value(BaseArray<Data>{Data(Int(-2)), Data(String("hi"))});
     const std::string bytes = MUST(WriteDocumentText(value, "r"_id, DOCUMENT_FORMAT::BINARY));
@@ -280,6 +217,15 @@ TEST(DocumentTest, hasTheBytesOfTheBinaryForm) {
                              "00000000000000";
     EXPECT_EQ(ToHex(bytes.substr(0, bytes.size() - 8)), head + payload);
     EXPECT_EQ(ToHex(bytes.substr(bytes.size() - 8)), "d4054c0052399536");
+}
+
+TEST(DocumentTest, hasTheBytesThatTheDocumentationShows) {
+    const Data time(UniversalDateTime(1683028800000000));
+    const std::string bytes = MUST(WriteDocumentText(time, "net.talvo.asset.timestamp"_id, DOCUMENT_FORMAT::BINARY));
+    EXPECT_EQ(ToHex(bytes),
+              "54414c564f444f4301000000190000006e65742e74616c766f2e61737365742e74696d657374616d70240000006e65742e74616c766f2e64617461"
+              "747970652e756e6976657273616c6461746574696d65200000000000000073" "1b000000323032332d30352d30325431323a30303a30302e3030"
+              "303030305aac58b93d3a1b6df3");
 }
 
 // --- values of types that nobody registered
@@ -349,186 +295,6 @@ TEST(UnknownTypeTest, readsOnceItsTypeIsKnown) {
     const Data malformed = MUST(ReadDocumentText(MakeJson("nobody", "1"), ROOT, "sample"));
     EXPECT_TRUE(malformed.Get<Late>().IsError());
     EXPECT_EQ(MUST(ReadJsonValue("late", "7")), Data(Late{7}));
-}
-
-// --- what can't be written
-
-TEST(DocumentTest, refusesWhatCouldNotBeReadAgain) {
-    Data deep(Int(1));
-    for (int i = 0; i < 40; ++i) deep = Data(BaseArray<Data>{deep});
-    const struct {
-        Data value;
-        LiteralId error;
-        const char* why;
-    } rows[] = {
-        {Data(std::nan("")), UnsupportedArgumentError::ID, "not a number"},
-        {Data(Color{0, INFINITY, 0}), UnsupportedArgumentError::ID, "infinity inside of a value"},
-        {Data(BaseArray<Data>{Data(Delegate<void()>([] {}))}), UnsupportedArgumentError::ID, "a callable inside of a value"},
-        {deep, IllegalArgumentError::ID, "too deep"},
-        {Data(MemoryBlock{std::string(std::size_t(MAX_DOCUMENT_SIZE), 'x')}), IllegalArgumentError::ID, "too long"},
-    };
-    for (const auto& row : rows) {
-        for (const DOCUMENT_FORMAT format : FORMATS) {
-            const Result<std::string> written = WriteDocumentText(row.value, ROOT, format);
-            ASSERT_TRUE(written.IsError()) << row.why;
-            EXPECT_EQ(written.GetError()->GetClassId(), row.error) << row.why;
-        }
-    }
-}
-
-TEST(DocumentTest, readsValuesAsDeepAsItWrites) {
-    // Each array of values takes a list and, but for the outermost, an object with a type.
-    for (int levels = 28; levels <= 34; ++levels) {
-        Data deep(MemoryBlock{"x"});
-        for (int i = 0; i < levels; ++i) deep = Data(BaseArray<Data>{deep});
-        const Bool isWritten = WriteDocumentText(deep, ROOT, DOCUMENT_FORMAT::BINARY).IsOk();
-        EXPECT_EQ(isWritten, 2 * levels + 1 <= MAX_DOCUMENT_DEPTH) << levels;
-        EXPECT_EQ(WriteDocumentText(deep, ROOT, DOCUMENT_FORMAT::JSON).IsOk(), isWritten);
-        if (isWritten) ExpectRoundTrip(deep);
-    }
-}
-
-// --- hostile documents
-
-TEST(DocumentTest, refusesHostileJsonByName) {
-    const std::string many(100'000, '[');
-    const struct {
-        std::string type;
-        std::string value;
-        const char* part;
-    } rows[] = {
-        {"int", many, "64 levels"},
-        {"int", many + std::string(100'000, ']'), "64 levels"},
-        {"float64", "1e400", ""},
-        {"int", "18446744073709551616", "64 bits"},
-        {"int", "-9223372036854775809", "64 bits"},
-        {"int", "9223372036854775808", "too great"},
-        {"int", "1.0", "an integer"},
-        {"int32", "2147483648", "32 bits"},
-        {"uint", "-1", "negative"},
-        {"bool", "1", "true or false"},
-        {"string", "7", "a text"},
-        {"string", "\"\xff\"", ""},
-        {"string", "\"\\ud800\"", ""},
-        {"string", "\"tab\there\"", ""},
-        {"memoryblock", R"({"base64": "Q"})", "base64"},
-        {"memoryblock", R"({"base64": "QR=="})", "base64"},
-        {"memoryblock", R"({"base64": 1})", "base64"},
-        {"memoryblock", R"({"base64": "QQ==", "more": 1})", "bytes"},
-        {"datadictionary", R"({"a": null, "a": null})", "twice"},
-        {"datadictionary", R"({"a": null})", "has no value"},
-        {"datadictionary", R"({"a": {"type": "net.talvo.datatype.int"}})", ""},
-        {"datadictionary", R"({"a": {"type": "net.talvo.datatype.int", "value": 1, "more": 1}})", ""},
-        {"datadictionary", R"([[null, {"type": "net.talvo.datatype.int", "value": 1}, 1]])", "a key and a value"},
-        {"universaldatetime", "\"yesterday\"", "yesterday"},
-        {"uuid", "\"no\"", ""},
-        {"color", "[1, 2]", "2 values"},
-        {"array(net.talvo.datatype.id)", "[1]", "a text"},
-        {"string", "\"" + std::string(std::size_t(MAX_DOCUMENT_SIZE), 'x') + "\"", "longer"},
-        {"datadictionary", "{\"" + std::string(1 << 20, 'x') + "\": null}", ""},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.type + " " + row.value.substr(0, 60));
-        const Result<Data> result = ReadJsonValue(row.type, row.value);
-        ExpectFormatError(result, "", row.part);
-        EXPECT_LT(result.GetError()->GetMessage().size(), 1000u) << "a hostile text doesn't flood the log";
-    }
-}
-
-TEST(DocumentTest, refusesWrongEnvelopes) {
-    const struct {
-        std::string text;
-        const char* part;
-    } rows[] = {
-        {"", ""},
-        {"[]", "an object"},
-        {"7", "an object"},
-        {"{}", "format"},
-        {R"({"root": "net.talvo.other", "format": 1, "type": "", "value": null})", "net.talvo.other"},
-        {R"({"root": "net.talvo.test", "format": 2, "type": "", "value": null})", "format 2"},
-        {R"({"root": "net.talvo.test", "format": 1, "type": "", "value": 1})", "without a type"},
-        {R"({"root": "net.talvo.test", "format": 1, "type": "", "value": null, "note": 1})", "other members"},
-        {MakeJson("bool", "true") + "x", ""},
-        {"\xff\xfe{\0}\0", ""},
-        {"TALVODOC", "cut short"},
-    };
-    for (const auto& row : rows) ExpectFormatError(ReadDocumentText(row.text, ROOT, "sample"), row.text, row.part);
-}
-
-TEST(DocumentTest, passesOverAByteOrderMark) {
-    EXPECT_EQ(MUST(ReadDocumentText("\xef\xbb\xbf" + MakeJson("bool", "true"), ROOT, "sample")), Data(true));
-}
-
-TEST(DocumentTest, refusesEachTruncation) {
-    for (const DOCUMENT_FORMAT format : FORMATS) {
-        const std::string bytes = MUST(WriteDocumentText(MakeGoldenValue(), ROOT, format));
-        // All but the line end of JSON counts.
-        const std::size_t whole = format == DOCUMENT_FORMAT::JSON ? bytes.size() - 1 : bytes.size();
-        for (std::size_t length = 0; length < whole; ++length) {
-            ExpectFormatError(ReadDocumentText(std::string_view(bytes).substr(0, length), ROOT, "sample"),
-                              FormatMessage("cut to @ bytes", Int(length)));
-        }
-    }
-}
-
-TEST(DocumentTest, refusesEachChangedByteOfTheBinaryForm) {
-    std::string bytes = MUST(WriteDocumentText(MakeGoldenValue(), ROOT, DOCUMENT_FORMAT::BINARY));
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        for (const int change : {0x01, 0x80, 0xff}) {
-            bytes[i] = char(bytes[i] ^ change);
-            ExpectFormatError(ReadDocumentText(bytes, ROOT, "sample"), FormatMessage("byte @ changed", Int(i)));
-            bytes[i] = char(bytes[i] ^ change);
-        }
-    }
-}
-
-/// A binary document around any payload, with a checksum that is right.
-std::string MakeBinary(std::string_view payload) {
-    const auto number = [](UInt value, std::size_t size) {
-        std::string bytes;
-        for (std::size_t i = 0; i < size; ++i) bytes += char(value >> (8 * i) & 0xff);
-        return bytes;
-    };
-    std::string bytes = "TALVODOC" + number(1, 4) + number(ROOT.GetLength(), 4) + std::string(ROOT.GetView()) + number(9, 4) + "com.other" +
-                        number(payload.size(), 8) + std::string(payload);
-    return bytes + number(GetStoredHash64(bytes), 8);
-}
-
-TEST(DocumentTest, refusesHostilePayloadsWhoseChecksumIsRight) {
-    using namespace std::string_literals;
-    std::string deep;
-    for (int i = 0; i < 100'000; ++i) deep += "a\x01\x00\x00\x00"s;
-    const std::string rows[] = {
-        ""s,
-        "x"s,
-        "i\x01"s,
-        "n\x00"s,
-        "s\xff\xff\xff\xff"s,
-        "s\x01\x00\x00\x00\xff"s,
-        "b\x05\x00\x00\x00"s,
-        "a\xff\xff\xff\xff"s,
-        "a\xff\xff\xff\x7fnnnn"s,
-        "a\x02\x00\x00\x00n"s,
-        "o\xff\xff\xff\xff"s,
-        "o\x01\x00\x00\x00\x01\x00\x00\x00\xffn"s,
-        "o\x02\x00\x00\x00\x01\x00\x00\x00kn\x01\x00\x00\x00kn"s,
-        "d\x00\x00\x00\x00\x00\x00\xf8\x7f"s,
-        deep,
-    };
-    for (const std::string& row : rows) ExpectFormatError(ReadDocumentText(MakeBinary(row), ROOT, "sample"), ToHex(row.substr(0, 40)));
-    EXPECT_TRUE(ReadDocumentText(MakeBinary("n"), ROOT, "sample").IsOk()) << "the rows fail for their payload alone";
-}
-
-TEST(DocumentTest, survivesRandomPayloads) {
-    const std::string sample = MUST(WriteDocumentText(MakeGoldenValue(), ROOT, DOCUMENT_FORMAT::BINARY));
-    const std::string payload = sample.substr(sample.size() - 400, 392);
-    std::mt19937 random(7);
-    for (int run = 0; run < 20'000; ++run) {
-        std::string mutant = payload.substr(random() % 60);
-        for (UInt32 changes = 1 + random() % 4; changes > 0; --changes) mutant[random() % mutant.size()] = "nftiudsbao\0\1\2"[random() % 13];
-        const Result<Data> result = ReadDocumentText(MakeBinary(mutant), ROOT, "sample");
-        if (result.IsError()) ExpectFormatError(result, "mutant");
-    }
 }
 
 TEST(Base64Test, isStrict) {
