@@ -5,6 +5,9 @@
 
 namespace talvo {
 
+/// Name of the file in the root that holds a repository's id. A directory without it is no repository.
+inline constexpr char REPOSITORY_IDENTIFIER_FILE[] = "databaseid";
+
 /// What a url repository offers beyond others; reach it with `Cast` or dynamic_cast.
 class UrlAssetRepositoryInterface {
 public:

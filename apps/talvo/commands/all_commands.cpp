@@ -1,0 +1,27 @@
+#include "apps/talvo/commands/all_commands.h"
+
+namespace talvo {
+
+CommandList MakeAllCommands() {
+    CommandList commands;
+    commands.push_back(MakeInitCommand());
+    commands.push_back(MakeImportCommand());
+    commands.push_back(MakeListCommand());
+    commands.push_back(MakeShowCommand());
+    commands.push_back(MakeCatCommand());
+    commands.push_back(MakeExportCommand());
+    commands.push_back(MakeStoreCommand());
+    commands.push_back(MakeDeleteCommand());
+    commands.push_back(MakeEraseCommand());
+    commands.push_back(MakeCopyCommand());
+    commands.push_back(MakeMetaListCommand());
+    commands.push_back(MakeMetaGetCommand());
+    commands.push_back(MakeMetaSetCommand());
+    commands.push_back(MakeMetaUnsetCommand());
+    commands.push_back(MakeVerifyCommand());
+    commands.push_back(MakeGcCommand());
+    commands.push_back(MakeStatCommand());
+    return commands;
+}
+
+}  // namespace talvo

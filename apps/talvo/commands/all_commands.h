@@ -1,0 +1,26 @@
+// The makers of all commands.
+#pragma once
+
+#include "apps/talvo/command.h"
+
+namespace talvo {
+
+std::unique_ptr<Command> MakeInitCommand();
+std::unique_ptr<Command> MakeImportCommand();
+std::unique_ptr<Command> MakeListCommand();
+std::unique_ptr<Command> MakeShowCommand();
+std::unique_ptr<Command> MakeCatCommand();
+std::unique_ptr<Command> MakeExportCommand();
+std::unique_ptr<Command> MakeStoreCommand();
+std::unique_ptr<Command> MakeDeleteCommand();
+std::unique_ptr<Command> MakeEraseCommand();
+std::unique_ptr<Command> MakeCopyCommand();
+std::unique_ptr<Command> MakeMetaListCommand();
+std::unique_ptr<Command> MakeMetaGetCommand();
+std::unique_ptr<Command> MakeMetaSetCommand();
+std::unique_ptr<Command> MakeMetaUnsetCommand();
+std::unique_ptr<Command> MakeVerifyCommand();
+std::unique_ptr<Command> MakeGcCommand();
+std::unique_ptr<Command> MakeStatCommand();
+
+}  // namespace talvo

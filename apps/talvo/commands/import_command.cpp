@@ -1,0 +1,115 @@
+#include "apps/talvo/commands/all_commands.h"
+#include "apps/talvo/commands/version_arguments.h"
+#include "apps/talvo/importer.h"
+#include "apps/talvo/signals.h"
+#include "apps/talvo/terminal_text.h"
+
+#include <thread>
+
+namespace talvo {
+
+namespace {
+
+// What was done so far.
+struct ImportSums {
+    Int stored = 0;
+    Int failed = 0;
+    Int64 bytes = 0;
+};
+
+class ImportCommand final : public Command {
+public:
+    CommandWords GetWords() const override {
+        return {"import", "Store files as new assets.",
+                "talvo import shelf ~/models chair.obj\ntalvo import shelf --as-one --name \"Oak chair\" ~/models/chair",
+                "A folder is walked: each file below it becomes an asset, hidden entries and links to folders are passed over. With --as-one it\n"
+                "becomes one asset, whose content is the folder. A file that can't be read doesn't stop the others."};
+    }
+
+    void DeclareArguments(ArgumentList& arguments) override {
+        arguments.AddRequired("REPO", _repository, REPO_HELP);
+        arguments.AddList("PATH", _paths, "file or folder");
+        arguments.AddOption("--id", "ID", _id, "id of the asset, if it is just one (default: a fresh one)");
+        arguments.AddOption("--name", "TEXT", _name, "name of the asset, if it is just one (default: the file's name)");
+        arguments.AddFlag("--as-one", _asOne, "store each folder as one asset");
+    }
+
+    Result<EXIT_CODE> Run(const CommonOptions& options, Output& output) override {
+        const AssetRepositoryRef repository = TRY(RepositoryOpener::Open(_repository, options, RepositoryOpener::MODE::WRITE));
+        const Url root = TRY(RepositoryOpener::GetUrl(_repository));
+        Signals::StopAtSafePoint();
+        ImportWalk walk(root, _asOne ? ImportWalk::FOLDERS::AS_ONE : ImportWalk::FOLDERS::WALK, output);
+        for (const std::string& path : _paths) walk.Add(path);
+        const Int count = Int(walk.GetItems().size());
+        if (count > 1 && (_id || _name)) {
+            return WrongUsageError::Create(FormatMessage("@ is for one asset, but there are @ files. With --as-one a folder becomes one asset.",
+                                                         _id ? "--id" : "--name", count));
+        }
+        const ImportSums sums = TRY(Store(repository, walk, output));
+        TRY(RepositoryOpener::Sync(repository, RepositoryOpener::SYNC::ALWAYS));
+        return Report(sums, walk, output);
+    }
+
+private:
+    Result<ImportSums> Store(const AssetRepositoryRef& repository, const ImportWalk& walk, Output& output) const {
+        Importer::Options options;
+        if (_id) options.id = TRY(Id::Create(*_id));
+        if (_name) options.name = String(*_name);
+        options.threads = std::max(1u, std::thread::hardware_concurrency());
+        ImportSums sums;
+        Result<void> written;
+        Progress& progress = output.StartProgress("Importing", Int(walk.GetItems().size()));
+        const auto receive = [&](const ImportItem& item, const Result<AssetDescription>& outcome) {
+            if (outcome.IsError()) {
+                sums.failed++;
+                output.PrintError(outcome.GetError());
+            } else {
+                sums.stored++;
+                const Result<void> line = WriteItem(output, item, VersionRecord::Read(outcome.GetValue()), sums);
+                // Whether or not somebody still reads what was stored, the rest is stored, too.
+                if (line.IsError() && written.IsOk() && !ClosedOutputError::IsClassOf(line.GetError())) written = line;
+            }
+            progress.Show(sums.stored + sums.failed, sums.bytes);
+        };
+        Importer(repository, walk.GetItems(), options).Run(receive, [&] { progress.Show(sums.stored + sums.failed, sums.bytes); });
+        output.EndProgress();
+        TRY(written);
+        return sums;
+    }
+
+    static Result<void> WriteItem(Output& output, const ImportItem& item, const VersionRecord& record, ImportSums& sums) {
+        sums.bytes += record.bytes.value_or(0);
+        if (!output.IsJson()) return output.WriteLine(FormatMessage("@  #@  @", record.id, record.key.counter, item.source));
+        DocumentValue::ObjectType object = record.ToJson();
+        object.emplace_back("source", MakeUtf8(item.source));
+        return output.WriteJson(DocumentValue(std::move(object)));
+    }
+
+    static Result<EXIT_CODE> Report(const ImportSums& sums, const ImportWalk& walk, Output& output) {
+        const Int total = Int(walk.GetItems().size());
+        const Int failed = sums.failed + walk.GetFailureCount();
+        std::string text = TerminalText::FormatCount(sums.stored, "asset", "assets") + " stored, " + TerminalText::FormatBytes(sums.bytes);
+        if (walk.GetPassedOverCount() > 0) {
+            text += ", " + TerminalText::FormatCount(walk.GetPassedOverCount(), "entry", "entries") + " passed over (hidden, links to folders, no files)";
+        }
+        if (Signals::IsInterrupted()) {
+            output.PrintNote(FormatMessage("Interrupted: @ of @; what was reported stays stored.", text, total));
+            return EXIT_CODE::INTERRUPTED;
+        }
+        output.PrintNote(text + ".");
+        if (failed == 0) return EXIT_CODE::DONE;
+        return IoError::Create(FormatMessage("@ of @ could not be imported.", failed, TerminalText::FormatCount(total + walk.GetFailureCount(), "entry", "entries")));
+    }
+
+    std::string _repository;
+    std::vector<std::string> _paths;
+    Opt<std::string> _id;
+    Opt<std::string> _name;
+    Bool _asOne = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> MakeImportCommand() { return std::make_unique<ImportCommand>(); }
+
+}  // namespace talvo

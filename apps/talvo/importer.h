@@ -1,0 +1,47 @@
+// Stores many files as assets, on all cores, and reports them in order.
+#pragma once
+
+#include "apps/talvo/import_walk.h"
+#include "assets.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace talvo {
+
+/// Stores files side by side; what comes of each is handed out one by one in the order of the items, whatever finished first.
+/// After an interrupt no new store begins; those in hand are finished and handed out.
+/// Threads: Run on one thread; it makes others that end with it.
+class Importer {
+public:
+    struct Options {
+        Opt<Id> id;        ///< of the asset, if there is just one item
+        Opt<String> name;  ///< instead of the file's
+        Int threads = 1;
+    };
+    /// @param items as long as the object.
+    Importer(AssetRepositoryRef repository, const std::vector<ImportItem>& items, Options options);
+
+    using OutcomeReceiver = FunctionRef<void(const ImportItem& item, const Result<AssetDescription>& outcome)>;
+    /// @param wait called now and then while nothing is ready.
+    void Run(OutcomeReceiver receiver, FunctionRef<void()> wait);
+
+private:
+    void Work();
+    Result<AssetDescription> Store(const ImportItem& item) const;
+
+    const AssetRepositoryRef _repository;
+    const std::vector<ImportItem>& _items;
+    const Options _options;
+    std::atomic<std::size_t> _next{0};
+    std::mutex _lock;
+    std::condition_variable _changed;
+    std::vector<Opt<Result<AssetDescription>>> _outcomes;  // guarded by _lock
+    Int _working = 0;                                      // guarded by _lock
+};
+
+}  // namespace talvo
