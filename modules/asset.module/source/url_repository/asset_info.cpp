@@ -1,0 +1,60 @@
+#include "url_repository/asset_info.h"
+
+#include "kernel/io/file_utilities.h"
+
+#include <algorithm>
+
+namespace talvo {
+
+namespace {
+
+// Two ids of the greatest length, and line ends.
+constexpr Int64 MAX_ASSET_INFO_SIZE = Int64(2) * (Int64(Id::MAX_LENGTH) + 2);
+
+constexpr std::string_view OLD_NODE_TYPE = "net.talvo.node.assettype.nodefactory";
+constexpr LiteralId NODE_TYPE{"net.talvo.node.assettype.nodetemplate"};
+
+Bool HasControlCharacter(std::string_view text) {
+    return std::any_of(text.begin(), text.end(), [](char c) { return UChar(c) < 0x20 || UChar(c) == 0x7f; });
+}
+
+/// An empty type is read, though none is written: the asset stays known.
+Opt<Id> ParseTypeLine(std::string_view line) {
+    if (line == OLD_NODE_TYPE) return Id(NODE_TYPE);
+    if (line.empty()) return Id();
+    return ParseIdLine(line);
+}
+
+}  // namespace
+
+Opt<Id> ParseIdLine(std::string_view line) {
+    if (line.empty() || HasControlCharacter(line)) return std::nullopt;
+    Result<Id> id = Id::Create(line);
+    return id.IsOk() ? Opt<Id>(std::move(id).GetValue()) : std::nullopt;
+}
+
+std::string WriteAssetInfoText(const AssetInfo& info) {
+    std::string text(info.id.GetView());
+    text += '\n';
+    text += info.type.GetView();
+    text += '\n';
+    return text;
+}
+
+Opt<AssetInfo> ParseAssetInfo(std::string_view text) {
+    LineReader lines(text);
+    const Opt<std::string> idLine = lines.ReadLine();
+    const Opt<std::string> typeLine = lines.ReadLine();
+    if (!idLine || !typeLine) return std::nullopt;
+    Opt<Id> id = ParseIdLine(*idLine);
+    Opt<Id> type = ParseTypeLine(*typeLine);
+    if (!id || !type) return std::nullopt;
+    return AssetInfo{std::move(*id), std::move(*type)};
+}
+
+Opt<AssetInfo> ReadAssetInfo(const Url& assetDirectory) {
+    const Result<std::string> text = FileUtilities::ReadFileToMemory(assetDirectory + ASSET_INFO_NAME, MAX_ASSET_INFO_SIZE);
+    return text.IsOk() ? ParseAssetInfo(text.GetValue()) : std::nullopt;
+}
+
+}  // namespace talvo

@@ -1,0 +1,31 @@
+// The file `asset.info`, by which a scan of the tree learns which asset a directory holds.
+#pragma once
+
+#include "kernel/base/id.h"
+#include "kernel/base/result.h"
+#include "kernel/io/url.h"
+
+#include <string>
+#include <string_view>
+
+namespace talvo {
+
+inline constexpr const char* ASSET_INFO_NAME = "asset.info";
+
+/// Id and type of the asset in a directory.
+struct AssetInfo {
+    Id id;
+    Id type;
+};
+
+/// Two lines: id and type.
+std::string WriteAssetInfoText(const AssetInfo& info);
+/// Nothing for less than two lines, and for an id or type that no store would have accepted.
+Opt<AssetInfo> ParseAssetInfo(std::string_view text);
+/// What `asset.info` of that directory says; nothing where it can't be read or says nothing.
+Opt<AssetInfo> ReadAssetInfo(const Url& assetDirectory);
+
+/// The id on a line of a file of a repository; nothing if it is empty, too long or has control characters.
+Opt<Id> ParseIdLine(std::string_view line);
+
+}  // namespace talvo

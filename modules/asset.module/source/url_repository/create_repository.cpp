@@ -1,0 +1,113 @@
+#include "url_repository/create_repository.h"
+
+#include "asset_impl/config.h"
+#include "asset_impl/repository_engine.h"
+#include "kernel/app/application.h"
+#include "url_repository/asset_directory_name.h"
+#include "url_repository/database_id.h"
+#include "url_repository/url_asset_repository.h"
+
+namespace talvo {
+
+namespace {
+
+constexpr LiteralId MODULE_ID{"net.talvo.asset"};
+using Access = UrlAssetRepositoryImpl::ACCESS;
+
+/// What is known of the identifier of a directory.
+struct Identity {
+    Id id;
+    Access access = Access::READ_ONLY;
+};
+
+/// A `databaseid` marked as read-only protects the repository, and its id as well.
+Result<Access> GetAccess(const UrlRepositoryRequest& request, const Opt<Id>& stored) {
+    if (request.access != UrlRepositoryRequest::ACCESS::WRITABLE) return Access::READ_ONLY;
+    if (!stored || g_applicationRepositoryWritable) return Access::WRITABLE;
+    const Bool isProtected = TRY(IsDatabaseIdReadOnly(request.url));
+    return isProtected ? Access::READ_ONLY : Access::WRITABLE;
+}
+
+Result<Identity> EnsureIdentity(const UrlRepositoryRequest& request) {
+    const Opt<Id> stored = TRY(ReadDatabaseId(request.url));
+    const Access access = TRY(GetAccess(request, stored));
+    if (stored && (request.id.IsEmpty() || request.id == *stored)) return Identity{*stored, access};
+    if (access == Access::READ_ONLY) {
+        return IllegalStateError::Create(
+            FormatMessage("The repository at path @ has no identifier, so this is not a valid repository path.", request.url));
+    }
+    Id wanted = request.id;
+    if (wanted.IsEmpty()) wanted = TRY(AssetInterface::MakeUuid("database", true));
+    if (stored) {
+        TRY(ReplaceDatabaseId(request.url, wanted));
+        return Identity{wanted, access};
+    }
+    const Id given = TRY(CreateDatabaseId(request.url, wanted));
+    if (request.id.IsPopulated() && given != request.id) {
+        return IllegalStateError::Create(
+            FormatMessage("The repository at path @ was given the identifier @ meanwhile. Open it with that one.", request.url, given));
+    }
+    return Identity{given, access};
+}
+
+Result<UrlAssetRepositoryImpl::Places> GetPlaces(const UrlRepositoryRequest& request, const Identity& identity) {
+    UrlAssetRepositoryImpl::Places places;
+    places.root = request.url;
+    const Bool writable = identity.access == Access::WRITABLE;
+    const Bool isTemporary = request.lifetime == UrlRepositoryRequest::LIFETIME::TEMPORARY;
+    if (writable && request.derived == UrlRepositoryRequest::DERIVED::AT_ROOT) {
+        places.derived = request.url;
+    } else if (writable || !isTemporary) {
+        places.derived = TRY(GetGeneratedTree(identity.id));
+    }
+    places.user = TRY(GetUserTree());
+    return places;
+}
+
+}  // namespace
+
+Result<Url> GetGeneratedTree(const Id& repositoryId) {
+    const Url generated = TRY(Application::PrivateGetUrl(MODULE_ID, APPLICATION_DIRECTORY::GENERATED));
+    const std::string name = TRY(MakeDirectoryName(repositoryId));
+    return generated + "dc" + name;
+}
+
+Result<Url> GetUserTree() {
+    const Url preferences = TRY(Application::PrivateGetUrl(MODULE_ID, APPLICATION_DIRECTORY::PREFERENCES));
+    return preferences + "_assets" + "user.db";
+}
+
+Result<UpdatableAssetRepositoryRef> CreateUrlRepository(const UrlRepositoryRequest& request) {
+    if (request.url.IoDetect() != IO_DETECT::DIRECTORY) {
+        return IllegalArgumentError::Create(FormatMessage("@ doesn't point to a directory.", request.url));
+    }
+    TRY(CheckIdText(request.id, "repository id"));
+    const Identity identity = TRY(EnsureIdentity(request));
+    UrlAssetRepositoryImpl::Places places = TRY(GetPlaces(request, identity));
+    const StrongRef<UrlAssetRepositoryImpl> repository(new UrlAssetRepositoryImpl(std::move(places), identity.access));
+    TRY(repository->InitBases(request.bases));
+    TRY(repository->InitImpl(identity.id, request.lifetime == UrlRepositoryRequest::LIFETIME::TEMPORARY));
+    return UpdatableAssetRepositoryRef(repository);
+}
+
+Result<UpdatableAssetRepositoryRef> AssetInterface::CreateRepositoryFromUrl(const Id& rid, const Id& repoType,
+                                                                            Block<const AssetRepositoryRef> bases, const Url& url,
+                                                                            Bool writable, Bool derivedInPrefs, Bool tempRepository) {
+    return CatchOutOfMemory([&]() -> Result<UpdatableAssetRepositoryRef> {
+        if (repoType == REPOSITORYTYPE_WATCHFOLDER) {
+            return UnsupportedOperationError::Create(FormatMessage("@ can't be opened: watch folders are not part of this version.", url));
+        }
+        if (repoType != REPOSITORYTYPE_DATABASE) {
+            return IllegalArgumentError::Create(FormatMessage("Undefined repository type for url: @", url));
+        }
+        using Request = UrlRepositoryRequest;
+        return CreateUrlRepository({.id = rid,
+                                    .bases = bases,
+                                    .url = url,
+                                    .access = writable ? Request::ACCESS::WRITABLE : Request::ACCESS::READ_ONLY,
+                                    .derived = derivedInPrefs ? Request::DERIVED::IN_GENERATED_FILES : Request::DERIVED::AT_ROOT,
+                                    .lifetime = tempRepository ? Request::LIFETIME::TEMPORARY : Request::LIFETIME::LASTING});
+    });
+}
+
+}  // namespace talvo

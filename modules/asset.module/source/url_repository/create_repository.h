@@ -1,0 +1,26 @@
+// Opening and making of repositories on directories.
+#pragma once
+
+#include "assets/asset_repository.h"
+
+namespace talvo {
+
+struct UrlRepositoryRequest {
+    Id id;  ///< empty: the one it has, or a fresh one
+    Block<const AssetRepositoryRef> bases;
+    Url url;
+    enum class ACCESS { READ_ONLY, WRITABLE } access = ACCESS::READ_ONLY;
+    enum class DERIVED { AT_ROOT, IN_GENERATED_FILES } derived = DERIVED::AT_ROOT;
+    enum class LIFETIME { LASTING, TEMPORARY } lifetime = LIFETIME::LASTING;
+};
+
+/// Errors: IllegalArgumentError if the url is no directory or the id has control characters; IllegalStateError if there is no identifier and none may
+/// be written; FileFormatError that names a `databaseid` that holds none; IoError.
+Result<UpdatableAssetRepositoryRef> CreateUrlRepository(const UrlRepositoryRequest& request);
+
+/// Where derived values of a repository lie that keeps them out of its root.
+Result<Url> GetGeneratedTree(const Id& repositoryId);
+/// Where user values of all repositories lie.
+Result<Url> GetUserTree();
+
+}  // namespace talvo

@@ -1,0 +1,91 @@
+// Removing a version, and an asset without versions.
+#include "url_repository/tree_access.h"
+#include "url_repository/url_asset_repository.h"
+
+namespace talvo {
+
+namespace {
+
+struct Hidden {
+    Url directory;
+    Url hidden;
+};
+
+/// Hides all of them, or none.
+Result<void> HideAll(const Url& assetDirectory, const std::vector<VersionDirectory>& versions, std::vector<Hidden>& done) {
+    Result<void> outcome;
+    // The one that counts comes first in the list and is hidden last: until then nothing that is seen has changed.
+    for (auto version = versions.rbegin(); version != versions.rend() && outcome.IsOk(); ++version) {
+        const Url directory = assetDirectory + version->name;
+        Result<Url> hidden = HideDirectory(directory);
+        if (hidden.IsError()) {
+            outcome = hidden.GetError();
+        } else {
+            done.push_back({directory, std::move(hidden).GetValue()});
+        }
+    }
+    if (outcome.IsOk()) outcome = SyncNames(assetDirectory);
+    if (outcome.IsOk()) return outcome;
+    for (const Hidden& each : done) each.hidden.IoRename(each.directory, RENAME_MODE::NO_REPLACE).Ignore("the error at hand tells more");
+    done.clear();
+    return outcome;
+}
+
+/// Whether other processes have versions in it, or are about to.
+Result<Bool> IsInUse(const Url& assetDirectory) {
+    const std::vector<VersionDirectory> versions = TRY(ScanAssetDirectory(assetDirectory));
+    if (!versions.empty()) return true;
+    const IoConnectionRef connection = TRY(assetDirectory.OpenConnection());
+    const BaseArray<IoEntry> entries = TRY(connection->Browse(BROWSE_MODE::NAMES));
+    for (const IoEntry& entry : entries) {
+        const Bool isReservation = IsWorkName(entry.name) && ParseVersionDirectoryName(entry.name.substr(2));
+        if (isReservation) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+Result<void> UrlAssetRepositoryImpl::EraseImpl(const AssetDescription&, const Data& vdata) {
+    CHECK_STATE(IsWritable(), "_writable");
+    const Url directory = TRY(GetVersionUrl(vdata));
+    const Opt<VersionDirectoryName> meaning = ParseVersionDirectoryName(directory.GetName());
+    if (!meaning) return IllegalStateError::Create(FormatMessage("@ is not erased, since it is no version.", directory));
+    const Url assetDirectory = directory.GetDirectory();
+    std::vector<Hidden> hidden;
+    {
+        const RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_lock));
+        // Other directories of this number were never seen; they would be, once this one is gone.
+        const std::vector<VersionDirectory> same = TRY(FindVersionDirectories(assetDirectory, meaning->number));
+        TRY(HideAll(assetDirectory, same, hidden));
+    }
+    NoteChange();
+    for (const Hidden& each : hidden) DeleteHidden(GetRoot(), each.hidden);
+    for (const Url& tree : GetSideTrees()) DeleteHidden(tree, GetSideDirectory(tree, directory));
+    return OK;
+}
+
+Result<Bool> UrlAssetRepositoryImpl::HandleAssetErasedCompletely(const Id&, const Data& adata) {
+    CHECK_STATE(IsWritable(), "_writable");
+    const UrlAssetData asset = TRY(adata.Get<UrlAssetData>());
+    Url hidden;
+    {
+        const RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_lock));
+        if (asset.url.IoDetect() == IO_DETECT::NOT_THERE) return true;
+        const Bool inUse = TRY(IsInUse(asset.url));
+        if (inUse) return false;
+        hidden = TRY(HideDirectory(asset.url));
+        TRY(SyncNames(GetRoot()));
+    }
+    NoteChange();
+    DeleteHidden(GetRoot(), hidden);
+    // Only empty ones: in a tree that repositories share another one may have values of an asset with this id.
+    for (const Url& tree : GetSideTrees()) {
+        const Url side = tree + asset.url.GetName();
+        const Result<BaseArray<IoEntry>> left = BrowseTreeIfThere(side);
+        if (left.IsOk() && left.GetValue().IsEmpty()) DeleteHidden(tree, side);
+    }
+    return true;
+}
+
+}  // namespace talvo

@@ -1,0 +1,124 @@
+// The sweep: removes what work that was cut off left behind under our own hidden names.
+//
+// Looked at are the places where we make such names and no others: the root, the directories of assets and those of versions, there and in the side trees
+// of this repository. The age of a leftover is that of the youngest thing in it, so that work that goes on right now is never taken for one.
+#include "kernel/io/file_utilities.h"
+#include "kernel/thread/job.h"
+#include "url_repository/asset_info.h"
+#include "url_repository/create_repository.h"
+#include "url_repository/database_id.h"
+#include "url_repository/repository_lock.h"
+#include "url_repository/tree_access.h"
+#include "url_repository/version_scan.h"
+#include "urlassetrepository.h"
+
+namespace talvo {
+
+namespace {
+
+using RepositoryMaintenance::GC_MODE;
+using RepositoryMaintenance::Leftover;
+
+Result<BaseArray<IoEntry>> BrowseAll(const Url& directory) {
+    const IoConnectionRef connection = TRY(directory.OpenConnection());
+    return connection->Browse(BROWSE_MODE::NAMES);
+}
+
+/// Time of the last change of anything at or below `url`.
+Result<UniversalDateTime> GetYoungest(const Url& url) {
+    const IoConnectionRef connection = TRY(url.OpenConnection());
+    UniversalDateTime youngest = TRY(connection->IoGetTime());
+    if (connection->IoDetect() != IO_DETECT::DIRECTORY) return youngest;
+    const BaseArray<IoEntry> entries = TRY(connection->Browse(BROWSE_MODE::NAMES));
+    for (const IoEntry& entry : entries) {
+        if (entry.isLink) continue;
+        const UniversalDateTime time = TRY(GetYoungest(url + entry.name));
+        youngest = std::max(youngest, time);
+    }
+    return youngest;
+}
+
+class Sweep {
+public:
+    Sweep(GC_MODE mode, Int64 minimumAge, Receiver<Leftover> receiver)
+        : _mode(mode), _latest(UniversalDateTime::GetNow().GetValue() - minimumAge), _receiver(receiver) {}
+
+    /// The repository itself. @return whether to go on, as each of these.
+    Result<Bool> SweepRoot(const Url& root) {
+        Bool goOn = TRY(SweepNames(root, root));
+        const BaseArray<IoEntry> entries = TRY(BrowseTree(root));
+        for (const IoEntry& entry : entries) {
+            const Bool isAsset = entry.kind == IO_DETECT::DIRECTORY && ReadAssetInfo(root + entry.name);
+            if (!isAsset) continue;
+            if (goOn) goOn = TRY(SweepAsset(root, entry.name));
+            for (const Url& tree : _sideTrees) {
+                if (goOn) goOn = TRY(SweepAsset(tree, entry.name));
+            }
+            if (!goOn) break;
+        }
+        return goOn;
+    }
+    void AddSideTree(const Url& tree) { _sideTrees.push_back(tree); }
+
+private:
+    Result<Bool> SweepAsset(const Url& tree, const std::string& name) {
+        if (Job::IsCurrentCancelled()) return OperationCancelledError::Create();
+        const Url directory = tree + name;
+        if (directory.IoDetect() != IO_DETECT::DIRECTORY) return true;
+        const std::vector<VersionDirectory> versions = TRY(ScanAssetDirectory(directory));
+        Bool goOn = TRY(SweepNames(tree, directory));
+        for (const VersionDirectory& version : versions) {
+            if (goOn) goOn = TRY(SweepNames(tree, directory + version.name));
+        }
+        return goOn;
+    }
+
+    Result<Bool> SweepNames(const Url& tree, const Url& directory) {
+        const BaseArray<IoEntry> entries = TRY(BrowseAll(directory));
+        for (const IoEntry& entry : entries) {
+            if (!IsWorkName(entry.name) || entry.isLink) continue;
+            const Bool goOn = TRY(SweepLeftover(tree, directory + entry.name));
+            if (!goOn) return false;
+        }
+        return true;
+    }
+
+    Result<Bool> SweepLeftover(const Url& tree, const Url& leftover) {
+        const Result<UniversalDateTime> youngest = GetYoungest(leftover);
+        if (youngest.IsError() && leftover.IoDetect() == IO_DETECT::NOT_THERE) return true;  // its work has just ended
+        if (youngest.IsError()) return youngest.GetError();
+        if (youngest.GetValue().GetValue() > _latest) return true;
+        const Int64 bytes = TRY(FileUtilities::GetSize(leftover));
+        if (_mode == GC_MODE::REMOVE) TRY(DeleteBelow(tree, leftover));
+        return _receiver(Leftover{leftover, bytes});
+    }
+
+    const GC_MODE _mode;
+    const Int64 _latest;  // what changed later stays
+    const Receiver<Leftover> _receiver;
+    std::vector<Url> _sideTrees;
+};
+
+}  // namespace
+
+Result<void> RepositoryMaintenance::CollectGarbage(const Url& root, GC_MODE mode, Int64 minimumAge, Receiver<Leftover> receiver) {
+    return CatchOutOfMemory([&]() -> Result<void> {
+        const Opt<Id> id = TRY(ReadDatabaseId(root));
+        if (!id) return IllegalArgumentError::Create(FormatMessage("@ is no repository: it has no identifier.", root));
+        RepositoryLock lock(root);
+        Opt<RepositoryWriteLock> held;
+        if (mode == GC_MODE::REMOVE) {
+            RepositoryWriteLock taken = TRY(RepositoryWriteLock::Create(lock));
+            held.emplace(std::move(taken));
+        }
+        Sweep sweep(mode, minimumAge, receiver);
+        const Url generated = TRY(GetGeneratedTree(*id));
+        const Url user = TRY(GetUserTree());
+        sweep.AddSideTree(generated);
+        sweep.AddSideTree(user);
+        TRY(sweep.SweepRoot(root));
+        return OK;
+    });
+}
+
+}  // namespace talvo

@@ -1,0 +1,155 @@
+// The versions of one asset, as its directory tells them.
+//
+// Of several directories with one number the preferred one that is a version counts. A version is what has a payload or says that it is deleted; what
+// is wrong with the rest of it costs that one thing only: its order, a value, its id.
+#include "kernel/app/log.h"
+#include "kernel/io/file_utilities.h"
+#include "url_repository/hash_file.h"
+#include "url_repository/metadata_document.h"
+#include "url_repository/tree_access.h"
+#include "url_repository/url_asset_repository.h"
+
+namespace talvo {
+
+namespace {
+
+// The last moment of the year 9999: nothing later can be written as text.
+constexpr Int64 LATEST_TIME = 253402300799999999;
+
+Result<Opt<HashFile>> ReadHashFile(const Url& versionDirectory) {
+    const std::string text = TRY(FileUtilities::ReadFileToMemory(versionDirectory + HASH_FILE_NAME, MAX_HASH_FILE_SIZE));
+    return ParseHashFile(text);
+}
+
+}  // namespace
+
+struct UrlAssetRepositoryImpl::LoadedVersion {
+    Url directory;
+    Url payload;  // empty for a deletion mark
+    AssetVersionKey key;
+    Id versionId;
+    Bool deleted = false;
+    AssetMetaDataTable metaData;
+};
+
+Result<void> UrlAssetRepositoryImpl::LoadVersionsImpl(const Id& aid, const Id& type, const Data& adata, AssetVersionReceiver receiver) {
+    const UrlAssetData asset = TRY(adata.Get<UrlAssetData>());
+    const std::vector<VersionDirectory> versions = TRY(ScanAssetDirectory(asset.url));
+    Opt<UInt> last;
+    for (const VersionDirectory& version : versions) {
+        if (last == version.meaning.number) continue;
+        const Opt<LoadedVersion> loaded = TRY(LoadVersion(aid, asset.url, version));
+        if (!loaded) continue;
+        last = version.meaning.number;
+        _counter.Raise(*last);
+        const Bool goOn = TRY(DeliverVersion(aid, type, *loaded, receiver));
+        if (!goOn) return OK;
+    }
+    return OK;
+}
+
+Result<Opt<UrlAssetRepositoryImpl::LoadedVersion>> UrlAssetRepositoryImpl::LoadVersion(const Id& aid, const Url& assetDirectory,
+                                                                                       const VersionDirectory& version) {
+    LoadedVersion loaded;
+    loaded.directory = assetDirectory + version.name;
+    loaded.deleted = version.meaning.form == VersionDirectoryName::FORM::DELETED;
+    loaded.key = {0, version.meaning.number, GetId().GetWord()};
+    const VersionContent content = TRY(ScanVersionDirectory(loaded.directory));
+    const std::string payload = content.GetPayload();
+    if (!loaded.deleted) {
+        if (payload.empty()) return Opt<LoadedVersion>();
+        loaded.payload = loaded.directory + payload;
+    }
+    TRY(LoadVersionId(version, content, loaded));
+    TRY(AddMetaData(aid, loaded.directory, content, KIND::NONE, loaded));
+    TRY(LoadTime(loaded));
+    for (const Url& tree : GetSideTrees()) {
+        const Url directory = GetSideDirectory(tree, loaded.directory);
+        const VersionContent side = TRY(ScanVersionDirectory(directory));
+        TRY(AddMetaData(aid, directory, side, tree == _places.user ? KIND::USER : KIND::NONE, loaded));
+    }
+    return Opt<LoadedVersion>(std::move(loaded));
+}
+
+Result<void> UrlAssetRepositoryImpl::LoadVersionId(const VersionDirectory& version, const VersionContent& content, LoadedVersion& loaded) {
+    if (loaded.deleted) {
+        loaded.versionId = DELETED_VERSION;
+        return OK;
+    }
+    if (version.meaning.form == VersionDirectoryName::FORM::WITH_VERSION_ID) {
+        loaded.versionId = TRY(Id::Create(version.meaning.versionId));
+        return OK;
+    }
+    if (content.hasHash) {
+        const Opt<HashFile> hash = TRY(ReadHashFile(loaded.directory));
+        if (hash) {
+            loaded.versionId = hash->versionId;
+            return OK;
+        }
+    }
+    loaded.versionId = TRY(ComputeVersionId(loaded.directory, loaded.payload));
+    return OK;
+}
+
+Result<Id> UrlAssetRepositoryImpl::ComputeVersionId(const Url& versionDirectory, const Url& payload) {
+    std::string digest;
+    TRY(StoreTree(payload, Url(), MakePayloadHashStream(), digest));
+    Id id = TRY(Id::Create(ToHex(digest)));
+    if (!IsWritable()) return id;
+    // Kept to spare the work next time only, so the version is known without it too.
+    const Result<void> written = ReplaceFile(versionDirectory + HASH_FILE_NAME, WriteHashText({id, {}}));
+    if (written.IsError()) Log(LOG_LEVEL::WARNING, "The hash of @ can't be kept: @", payload, written.GetError()->GetMessage());
+    return id;
+}
+
+Result<void> UrlAssetRepositoryImpl::AddMetaData(const Id& aid, const Url& directory, const VersionContent& content, KIND tree,
+                                                 LoadedVersion& loaded) {
+    for (const auto& [name, meaning] : content.metaData) {
+        const KIND kind = meaning.kind | tree;
+        if (!IsStorableKind(kind)) continue;
+        const Id key = TRY(Id::Create(meaning.key));
+        const InternedId id(key);
+        // The first one counts: the repository's own before the side trees, a document before a file.
+        if (loaded.metaData.Contains(id)) continue;
+        AssetMetaDataEntry entry{Data(), kind, false, 1};
+        if (meaning.form == MetaDataFileName::FORM::FILE) {
+            entry.value = Data(MakeMetaUrl({aid, loaded.versionId}, name, directory));
+            entry.loaded = true;
+        }
+        TRY(loaded.metaData.Insert(id, std::move(entry)));
+    }
+    return OK;
+}
+
+Result<void> UrlAssetRepositoryImpl::LoadTime(LoadedVersion& loaded) {
+    const InternedId id(ASSETMETADATA::TIMESTAMP);
+    AssetMetaDataEntry* entry = loaded.metaData.Find(id);
+    if (!entry || entry->loaded) return OK;
+    Result<Data> read = ReadMetaDataDocument(loaded.directory, id, entry->kind);
+    if (read.IsError()) {
+        Log(LOG_LEVEL::WARNING, "@ comes before all others: @", loaded.directory, read.GetError()->GetMessage());
+        return OK;
+    }
+    entry->value = std::move(read).GetValue();
+    entry->loaded = true;
+    const UniversalDateTime* time = entry->value.GetPtr<UniversalDateTime>();
+    const Bool isSound = time && time->GetValue() > 0 && time->GetValue() <= LATEST_TIME;
+    if (isSound) loaded.key.time = UInt(time->GetValue());
+    return OK;
+}
+
+Result<Bool> UrlAssetRepositoryImpl::DeliverVersion(const Id& aid, const Id& type, const LoadedVersion& loaded,
+                                                    AssetVersionReceiver receiver) {
+    Data vdata = MakeVersionData(loaded.directory);
+    AssetDescription::Parts parts;
+    parts.type = type;
+    parts.identity = {aid, loaded.versionId};
+    parts.key = loaded.key;
+    parts.metaData = TRY(AssetMetaData::Create(GetSelf(), type, parts.identity, vdata, loaded.metaData));
+    parts.deleted = loaded.deleted;
+    parts.url = loaded.payload;
+    const AssetDescription description = TRY(AssetDescription::Create(GetSelf(), std::move(parts)));
+    return receiver(loaded.key, description, vdata);
+}
+
+}  // namespace talvo

@@ -1,0 +1,34 @@
+// Where a metadata value lies, and reading it.
+#include "asset_scheme/resolve_info.h"
+#include "url_repository/metadata_document.h"
+#include "url_repository/url_asset_repository.h"
+
+namespace talvo {
+
+namespace {
+
+constexpr LiteralId META_SCHEME{"meta"};
+
+}  // namespace
+
+Url MakeMetaUrl(const IdAndVersion& asset, std::string_view name, const Url& directory) {
+    Url url = Url::Create(META_SCHEME, {}, std::string(asset.first.GetView()) + "/" + std::string(name));
+    url.SetData(URLFLAGS::QUERY, Data(String::FromId(asset.second)));
+    return AttachResolveInfo(std::move(url), directory + name, nullptr);
+}
+
+Opt<Url> UrlAssetRepositoryImpl::FindMetaDataDirectory(const Url& versionDirectory, KIND kind) const {
+    const Bool ofUser = HasFlag(kind, KIND::USER);
+    if (!ofUser && !HasFlag(kind, KIND::DERIVED)) return versionDirectory;
+    const Url& tree = ofUser ? _places.user : _places.derived;
+    if (tree.IsEmpty()) return std::nullopt;
+    return tree == _places.root ? versionDirectory : GetSideDirectory(tree, versionDirectory);
+}
+
+Result<Data> UrlAssetRepositoryImpl::LoadMetaDataImpl(const Data& vdata, const InternedId& metaId, ASSET_METADATA_KIND kind) {
+    const Url versionDirectory = TRY(GetVersionUrl(vdata));
+    const Opt<Url> directory = FindMetaDataDirectory(versionDirectory, kind);
+    return directory ? ReadMetaDataDocument(*directory, metaId, kind) : Result<Data>(Data());
+}
+
+}  // namespace talvo

@@ -1,0 +1,145 @@
+// Writing of one metadata value, as a document or as a file of its own.
+//
+// Invariants: 1. what is refused is refused before the disk is touched; 2. of one key and kind one form stays, and the new one is whole before the old
+// one goes; 3. only names that read back as the key are ever removed.
+#include "asset_scheme/resolve_info.h"
+#include "kernel/app/log.h"
+#include "kernel/io/file_utilities.h"
+#include "url_repository/metadata_document.h"
+#include "url_repository/tree_access.h"
+#include "url_repository/url_asset_repository.h"
+
+namespace talvo {
+
+namespace {
+
+constexpr LiteralId META_SCHEME{"meta"};
+
+/// The file behind a source: a meta url stands for the one that it was resolved to.
+Result<Url> ResolveSource(const Url& source) {
+    if (source.GetScheme() != META_SCHEME) return source;
+    Opt<Url> target = FindResolveTarget(source);
+    if (target) return std::move(*target);
+    return IoError::Create(FormatMessage("Can't read @: the url has lost where its file lies. Read the value from its repository again.", source));
+}
+
+Result<void> CopyValue(const Url& source, const Url& target) {
+    BaseArray<Url> passedOver;
+    TRY(FileUtilities::CopyFileOrDirectory(source, target, &passedOver));
+    for (const Url& each : passedOver) Log(LOG_LEVEL::WARNING, "@ is not copied: it is neither a file nor a directory.", each);
+    return OK;
+}
+
+/// Copies beside the place and exchanges then, so that a source that lies in that place survives, and an old value stays until the new one is whole.
+Result<void> PlaceValue(const Url& root, const Url& source, const Url& target) {
+    const std::string name = TRY(MakeWorkName());
+    const Url hidden = target.GetDirectory() + name;
+    Result<void> placed = CopyValue(source, hidden);
+    if (placed.IsOk()) placed = SyncTree(hidden);
+    if (placed.IsOk()) {
+        const Bool hasOld = target.IoDetect() != IO_DETECT::NOT_THERE;
+        placed = hidden.IoRename(target, hasOld ? RENAME_MODE::EXCHANGE : RENAME_MODE::NO_REPLACE);
+    }
+    DeleteHidden(root, hidden);
+    return placed;
+}
+
+Result<void> WriteInHiddenDirectory(const Url& file, std::string_view text) {
+    const OutputStreamRef stream = TRY(file.OpenOutputStream(OUTPUT_MODE::OVERWRITE));
+    TRY(stream->Write(text));
+    return stream->Close();
+}
+
+}  // namespace
+
+Result<void> UrlAssetRepositoryImpl::CheckMetaDataWrite(const InternedId& metaId, KIND kind) const {
+    CHECK_ARGUMENT(IsStorableKind(kind), "!(kind & AssetMetaData::KIND::PERSISTENT)");
+    if (IsRepositoryContent(kind) && !IsWritable()) {
+        return IllegalStateError::Create(FormatMessage("Repository @ isn't writable", GetId()));
+    }
+    return CheckStorableKey(metaId);
+}
+
+Result<Url> UrlAssetRepositoryImpl::GetMetaDataDirectory(const Url& versionDirectory, KIND kind) const {
+    Opt<Url> directory = FindMetaDataDirectory(versionDirectory, kind);
+    if (directory) return std::move(*directory);
+    return UnsupportedOperationError::Create(FormatMessage("Asset repository @ doesn't support to store derived meta data.", GetId()));
+}
+
+Result<Data> UrlAssetRepositoryImpl::StoreMetaDataImpl(const Data& vdata, const InternedId& metaId, const Data& data, const IdAndVersion& asset,
+                                                       const Url& source, ASSET_METADATA_KIND kind, Bool urlMode) {
+    // Without PERSISTENT a value lives in memory only.
+    if (!urlMode && !HasFlag(kind, KIND::PERSISTENT)) return data;
+    const Bool canBeFile = HasFlag(kind, KIND::PERSISTENT) && !HasFlag(kind, KIND::DERIVED) && !HasFlag(kind, KIND::USER);
+    if (urlMode && !canBeFile) {
+        return IllegalArgumentError::Create(FormatMessage(
+            "Meta data id @ can't be stored as a file with kind @: only values of the asset or of a version can.", metaId, UInt32(kind)));
+    }
+    TRY(CheckMetaDataWrite(metaId, kind));
+    const Url versionDirectory = TRY(GetVersionUrl(vdata));
+    const Url directory = TRY(GetMetaDataDirectory(versionDirectory, kind));
+    const Bool staged = FindStaged(versionDirectory).has_value();
+    if (IsCarriedToNextVersion(kind) && !staged) TRY(DropDerivedValues(versionDirectory));
+    NoteChange();
+    const Bool removes = urlMode ? source.IsEmpty() : data.IsEmpty();
+    if (removes) {
+        TRY(RemoveValue(directory, metaId, kind, {}));
+        return Data();
+    }
+    // The version's own directory is never made here: one that was erased meanwhile must not come back.
+    if (!(directory == versionDirectory)) TRY(directory.IoCreateDirectory());
+    if (urlMode) return WriteFileValue(directory, staged, metaId, source, asset, kind);
+    TRY(WriteDocument(directory, staged, metaId, data, kind));
+    return data;
+}
+
+// Whatever was computed from the old content is stale now.
+Result<void> UrlAssetRepositoryImpl::DropDerivedValues(const Url& versionDirectory) {
+    const Opt<Url> directory = FindMetaDataDirectory(versionDirectory, KIND_DERIVED);
+    if (!directory) return OK;
+    const VersionContent content = TRY(ScanVersionDirectory(*directory));
+    for (const auto& [name, meaning] : content.metaData) {
+        const Bool isDerived = HasFlag(meaning.kind, KIND::DERIVED) && meaning.form == MetaDataFileName::FORM::DOCUMENT;
+        if (isDerived) TRY((*directory + name).IoDelete());
+    }
+    return OK;
+}
+
+Result<void> UrlAssetRepositoryImpl::WriteDocument(const Url& directory, const Bool staged, const InternedId& metaId, const Data& data,
+                                                   KIND kind) {
+    const std::string text = TRY(MakeMetaDataDocument(data, kind));
+    const std::string name = MakeMetaDataFileName(metaId.GetView(), kind);
+    if (staged) return WriteInHiddenDirectory(directory + name, text);
+    TRY(ReplaceFile(directory + name, text));
+    return HasFlag(kind, KIND::DERIVED) ? Result<void>(OK) : RemoveValue(directory, metaId, kind, name);
+}
+
+Result<Data> UrlAssetRepositoryImpl::WriteFileValue(const Url& directory, const Bool staged, const InternedId& metaId, const Url& source,
+                                                    const IdAndVersion& asset, KIND kind) {
+    const Url file = TRY(ResolveSource(source));
+    const std::string name = MakeMetaDataFileName(metaId.GetView(), kind, source.GetSuffix());
+    if (staged) {
+        TRY(CopyValue(file, directory + name));
+    } else {
+        TRY(PlaceValue(GetRoot(), file, directory + name));
+        TRY(SyncNames(directory));
+        TRY(RemoveValue(directory, metaId, kind, name));
+    }
+    return Data(MakeMetaUrl(asset, name, GetFinalUrl(directory)));
+}
+
+/// Removes the files of `metaId` in this directory but the one named `except`.
+Result<void> UrlAssetRepositoryImpl::RemoveValue(const Url& directory, const InternedId& metaId, KIND kind, std::string_view except) {
+    const std::string document = MakeMetaDataFileName(metaId.GetView(), kind);
+    const VersionContent content = TRY(ScanVersionDirectory(directory));
+    Bool removed = false;
+    for (const auto& [name, meaning] : content.metaData) {
+        const Bool isSame = meaning.key == metaId.GetView() && MakeMetaDataFileName(meaning.key, meaning.kind) == document;
+        if (!isSame || name == except) continue;
+        TRY((directory + name).IoDelete());
+        removed = true;
+    }
+    return removed ? SyncNames(directory) : Result<void>(OK);
+}
+
+}  // namespace talvo

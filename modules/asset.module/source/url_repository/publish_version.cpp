@@ -1,0 +1,122 @@
+// Giving a hidden version its name, or taking it back.
+//
+// Invariants: 1. the step that makes a version seen is one rename of its whole directory; 2. what it needs in the side trees is in place before;
+// 3. an error leaves all as it was, and what is no longer wanted is hidden before it is deleted.
+#include "url_repository/tree_access.h"
+#include "url_repository/url_asset_repository.h"
+
+namespace talvo {
+
+namespace {
+
+/// The directory without the word of where it will be.
+Url GetPlainUrl(const Url& versionDirectory) { return versionDirectory.GetDirectory() + versionDirectory.GetName(); }
+
+Bool IsThere(const Url& url) { return url.IoDetect() != IO_DETECT::NOT_THERE; }
+
+/// Puts `hidden` in the place of what is at `final`, or at `final` if nothing is. Afterwards `hidden` holds what was there.
+Result<void> Exchange(const Url& hidden, const Url& final) {
+    return hidden.IoRename(final, IsThere(final) ? RENAME_MODE::EXCHANGE : RENAME_MODE::NO_REPLACE);
+}
+
+Result<void> MoveIntoPlace(const Url& hidden, const StagedVersion& staged) {
+    if (staged.purpose == StagedVersion::PURPOSE::OVERWRITE) return Exchange(hidden, staged.finalDirectory);
+    return hidden.IoRename(staged.finalDirectory, RENAME_MODE::NO_REPLACE);
+}
+
+/// Moves each file of `from` into `to`, in the place of one with its name.
+Result<void> MoveFiles(const Url& tree, const Url& from, const Url& to) {
+    const BaseArray<IoEntry> entries = TRY(BrowseTree(from));
+    for (const IoEntry& entry : entries) TRY((from + entry.name).IoRename(to + entry.name, RENAME_MODE::REPLACE));
+    DeleteHidden(tree, from);
+    return SyncNames(to);
+}
+
+}  // namespace
+
+/// A step in a side tree that can be undone: what was at `final` lies at `hidden` now, if anything was.
+struct UrlAssetRepositoryImpl::SideTreeMove {
+    Url tree;
+    Url hidden;
+    Url final;
+    enum class MOVE { PLACED, EXCHANGED, HIDDEN } move;
+};
+
+Result<void> UrlAssetRepositoryImpl::PublishVersionImpl(AssetStoreResult& stored) {
+    const Url directory = TRY(GetVersionUrl(stored.vdata));
+    const Opt<StagedVersion> staged = FindStaged(directory);
+    if (!staged) return OK;
+    const Url hidden = GetPlainUrl(directory);
+    TRY(SyncTree(hidden));
+    RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_lock));
+    std::vector<SideTreeMove> moves;
+    Result<void> published = CatchOutOfMemory([&]() -> Result<void> {
+        TRY(PublishSideTrees(hidden, *staged, moves));
+        TRY(MoveIntoPlace(hidden, *staged));
+        const Result<void> synced = SyncNames(hidden.GetDirectory());
+        if (synced.IsError()) Exchange(staged->finalDirectory, hidden).Ignore("the error at hand tells more");
+        return synced;
+    });
+    if (published.IsError()) {
+        TakeBack(moves);
+        return published;
+    }
+    lock.Unlock();
+    NoteChange();
+    if (stored.url.IsPopulated()) stored.url = staged->finalDirectory + stored.url.GetName();
+    stored.vdata = MakeVersionData(staged->finalDirectory);
+    // What was replaced lies under hidden names now.
+    if (staged->purpose == StagedVersion::PURPOSE::OVERWRITE) DeleteHidden(GetRoot(), hidden);
+    for (const SideTreeMove& move : moves) {
+        if (move.move != SideTreeMove::MOVE::PLACED) DeleteHidden(move.tree, move.hidden);
+    }
+    return OK;
+}
+
+Result<void> UrlAssetRepositoryImpl::PublishSideTrees(const Url& hidden, const StagedVersion& staged, std::vector<SideTreeMove>& moves) {
+    for (const Url& tree : GetSideTrees()) TRY(PublishSideTree(tree, hidden, staged, moves));
+    return OK;
+}
+
+// A directory that is there already belongs to the version that is replaced, or to one that a stop left behind.
+Result<void> UrlAssetRepositoryImpl::PublishSideTree(const Url& tree, const Url& hidden, const StagedVersion& staged,
+                                                     std::vector<SideTreeMove>& moves) {
+    SideTreeMove step{tree, GetSideDirectory(tree, hidden), GetSideDirectory(tree, staged.finalDirectory), SideTreeMove::MOVE::PLACED};
+    const Bool hasNew = IsThere(step.hidden);
+    const Bool hasOld = IsThere(step.final);
+    if (hasNew) TRY(SyncTree(step.hidden));
+    // Repositories share the user tree: what is there under a fresh number may be another one's, of an asset with the same id.
+    const Bool isShared = hasOld && tree == _places.user && staged.purpose == StagedVersion::PURPOSE::NEW;
+    if (isShared) return hasNew ? MoveFiles(tree, step.hidden, step.final) : Result<void>(OK);
+    if (hasNew) {
+        TRY(Exchange(step.hidden, step.final));
+        if (hasOld) step.move = SideTreeMove::MOVE::EXCHANGED;
+    } else if (hasOld) {
+        step.hidden = TRY(HideDirectory(step.final));
+        step.move = SideTreeMove::MOVE::HIDDEN;
+    } else {
+        return OK;
+    }
+    moves.push_back(step);
+    return SyncNames(step.final.GetDirectory());
+}
+
+void UrlAssetRepositoryImpl::TakeBack(const std::vector<SideTreeMove>& moves) {
+    for (const SideTreeMove& move : moves) {
+        const Bool exchanged = move.move == SideTreeMove::MOVE::EXCHANGED;
+        const Bool hidden = move.move == SideTreeMove::MOVE::HIDDEN;
+        const Url& from = hidden ? move.hidden : move.final;
+        const Url& to = hidden ? move.final : move.hidden;
+        from.IoRename(to, exchanged ? RENAME_MODE::EXCHANGE : RENAME_MODE::NO_REPLACE).Ignore("the error that led here tells more");
+    }
+}
+
+void UrlAssetRepositoryImpl::DiscardVersionImpl(const AssetStoreResult& stored) {
+    const Result<Url> directory = GetVersionUrl(stored.vdata);
+    if (directory.IsError() || !FindStaged(directory.GetValue())) return;
+    const Url hidden = GetPlainUrl(directory.GetValue());
+    for (const Url& tree : GetSideTrees()) DeleteHidden(tree, GetSideDirectory(tree, hidden));
+    DeleteHidden(GetRoot(), hidden);
+}
+
+}  // namespace talvo

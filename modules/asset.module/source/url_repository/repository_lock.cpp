@@ -1,0 +1,39 @@
+#include "url_repository/repository_lock.h"
+
+#include "url_repository/database_id.h"
+
+namespace talvo {
+
+namespace {
+
+constexpr FileLockOptions LOCK_OPTIONS{.file = FileLockOptions::EXISTING, .milliseconds = 60000};
+
+}  // namespace
+
+LockClass RepositoryLock::lockClass{"lock between processes", LOCK_FLAGS::IO};
+
+RepositoryLock::RepositoryLock(const Url& root) : _file(root + DATABASE_ID_NAME) {}
+
+// The others wait here while the first waits for another process: none of them could go on anyway.
+Result<void> RepositoryLock::Enter() {
+    auto state = _state.Write();
+    if (state->holders == 0) state->lock = TRY(FileLock::Acquire(_file, LOCK_OPTIONS));
+    ++state->holders;
+    return OK;
+}
+
+void RepositoryLock::Leave() {
+    auto state = _state.Write();
+    if (--state->holders == 0) state->lock.reset();
+}
+
+Result<RepositoryWriteLock> RepositoryWriteLock::Create(RepositoryLock& lock) {
+    TRY(lock.Enter());
+    return RepositoryWriteLock(lock);
+}
+
+void RepositoryWriteLock::Unlock() {
+    if (_lock) std::exchange(_lock, nullptr)->Leave();
+}
+
+}  // namespace talvo

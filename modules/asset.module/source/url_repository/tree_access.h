@@ -1,0 +1,46 @@
+// How this folder touches a repository's tree: hidden entries are passed over, no link below the root is followed, and nothing
+// outside the root is ever removed.
+#pragma once
+
+#include "kernel/base/uuid.h"
+#include "kernel/io/connection.h"
+
+#include <string>
+#include <string_view>
+
+namespace talvo {
+
+/// Entries that count: not hidden, no links. Sorted by name bytes. Errors: IoError that names the directory.
+Result<BaseArray<IoEntry>> BrowseTree(const Url& directory);
+/// The same; a directory that isn't there is empty.
+Result<BaseArray<IoEntry>> BrowseTreeIfThere(const Url& directory);
+
+/// What begins with "." is passed over by every scan.
+Bool IsHiddenName(std::string_view name);
+/// Hidden by us: work not finished yet, or what it left behind. Nothing else is ever swept.
+Bool IsWorkName(std::string_view name);
+/// A fresh name of that kind.
+Result<std::string> MakeWorkName();
+/// The hidden name that reserves a version number, `.~<n>`.
+std::string MakeReservationName(UInt number);
+
+/// Whether `url` lies below `root`, by their text: no component of what is between them is empty, "." or "..".
+Bool IsBelow(const Url& root, const Url& url);
+/// Removes a file or a tree. Errors: IllegalStateError if it is not below `root` or a link; IoError. Nothing there is fine.
+Result<void> DeleteBelow(const Url& root, const Url& victim);
+/// Removes what nobody can see any longer; a failure is logged only, since the sweep will find it again.
+void DeleteHidden(const Url& root, const Url& victim);
+/// Gives a directory a hidden name beside its own. @return its new url. Errors: IoError; it is where it was.
+Result<Url> HideDirectory(const Url& directory);
+
+/// A file in a directory that is ours alone. Errors: IoError that names it.
+Result<void> WriteNewFile(const Url& url, std::string_view bytes);
+/// Replaces a file whole or not at all.
+Result<void> ReplaceFile(const Url& url, std::string_view bytes);
+
+/// With DURABILITY::DURABLE, makes all that is below `directory` and its names survive a loss of power; else nothing.
+Result<void> SyncTree(const Url& directory);
+/// The same for the names in one directory.
+Result<void> SyncNames(const Url& directory);
+
+}  // namespace talvo

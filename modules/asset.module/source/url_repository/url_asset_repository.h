@@ -1,0 +1,120 @@
+// The backend that keeps assets as files and directories below one url. docs/formats.md tells what lies where.
+#pragma once
+
+#include "asset_impl/metadata_kinds.h"
+#include "baseassetrepository.h"
+#include "urlassetrepository.h"
+#include "url_repository/repository_lock.h"
+#include "url_repository/url_data.h"
+#include "url_repository/version_counter.h"
+#include "url_repository/version_scan.h"
+
+#include <atomic>
+
+namespace talvo {
+
+/// A repository on a directory tree. Each operation stands in a file of its own.
+///
+/// A version is written into a hidden directory beside its final place and renamed when it is whole; single files are replaced by rename.
+/// So no reader, in this process or another one, ever meets half of anything, and a stop at any moment leaves hidden names only.
+///
+/// Threads:    any. What one asset needs to have in order is the engine's store lock and metadata lock.
+/// Lock order: version counter, then the lock between processes.
+class UrlAssetRepositoryImpl final : public BaseAssetRepository, public UrlAssetRepositoryInterface, public CompactableAssetRepositoryInterface {
+public:
+    /// Where the trees of a repository lie. Empty: it has no such tree. Derived and user values may lie below the root itself.
+    struct Places {
+        Url root;
+        Url derived;
+        Url user;
+    };
+    enum class ACCESS { READ_ONLY, WRITABLE };
+    UrlAssetRepositoryImpl(Places places, ACCESS access);
+
+    // AssetRepositoryInterface
+    Bool IsWritable() const override { return _access == ACCESS::WRITABLE; }
+    Result<String> GetRepositoryName(LanguageRef language, Bool addDetails) override;
+    Result<void> SetRepositoryName(const String& name, LanguageRef language) override;
+
+    // UrlAssetRepositoryInterface
+    Url GetUrl(Bool getOrigin) const override;
+    Result<Url> GetVersionDirectory(const AssetDescription& asset) override;
+    Result<void> Sync() override;
+
+    // CompactableAssetRepositoryInterface
+    Int32 GetIndexState() const override { return 0; }
+    Result<void> DeleteIndexFiles() override;
+    /// No index is written yet: the tree answers everything.
+    Result<void> CompactInBackground(Float) override { return OK; }
+
+    // BaseAssetRepositoryInterface
+    Result<void> LoadExistingIdsImpl(AssetIdReceiver receiver) override;
+    Result<void> LoadVersionsImpl(const Id& aid, const Id& type, const Data& adata, AssetVersionReceiver receiver) override;
+    Result<Data> CreateDataForIdImpl(const Id& aid, const Id& type) override;
+    Result<AssetStoreResult> StoreImpl(const Asset& asset, Bool deleteAsset, const Id& overwrittenHash, const AssetDescription& source,
+                                       Data& adata, const AssetVersionNumber& version, Bool addEncryption) override;
+    Result<void> PublishVersionImpl(AssetStoreResult& stored) override;
+    void DiscardVersionImpl(const AssetStoreResult& stored) override;
+    Result<void> EraseImpl(const AssetDescription& asset, const Data& vdata) override;
+    Result<Bool> HandleAssetErasedCompletely(const Id& aid, const Data& adata) override;
+    Result<Data> LoadMetaDataImpl(const Data& vdata, const InternedId& metaId, ASSET_METADATA_KIND kind) override;
+    Result<Data> StoreMetaDataImpl(const Data& vdata, const InternedId& metaId, const Data& data, const IdAndVersion& asset,
+                                   const Url& source, ASSET_METADATA_KIND kind, Bool urlMode) override;
+    Bool NeedsLoadVersionsBeforeStore() const override { return true; }
+    Result<AssetVersionNumber> GetNextVersionImpl() override;
+    Result<void> UpdateNextVersionImpl(UInt currentVersion) override;
+
+private:
+    // Loading
+    struct LoadedVersion;
+    Result<Opt<LoadedVersion>> LoadVersion(const Id& aid, const Url& assetDirectory, const VersionDirectory& version);
+    Result<void> LoadVersionId(const VersionDirectory& version, const VersionContent& content, LoadedVersion& loaded);
+    Result<Id> ComputeVersionId(const Url& versionDirectory, const Url& payload);
+    Result<void> AddMetaData(const Id& aid, const Url& directory, const VersionContent& content, KIND tree, LoadedVersion& loaded);
+    Result<void> LoadTime(LoadedVersion& loaded);
+    Result<Bool> DeliverVersion(const Id& aid, const Id& type, const LoadedVersion& loaded, AssetVersionReceiver receiver);
+
+    // Storing
+    struct Staging;
+    struct PayloadRequest;
+    struct SideTreeMove;
+    Result<Opt<Staging>> ReserveNewVersion(const Url& assetDirectory, UInt number, Bool deleted);
+    Result<Staging> StageOverwrite(const Url& assetDirectory, UInt number);
+    Result<AssetStoreResult> WriteVersion(const PayloadRequest& request, const Staging& staging);
+    Result<void> PublishSideTrees(const Url& hidden, const StagedVersion& staged, std::vector<SideTreeMove>& moves);
+    Result<void> PublishSideTree(const Url& tree, const Url& hidden, const StagedVersion& staged, std::vector<SideTreeMove>& moves);
+    void TakeBack(const std::vector<SideTreeMove>& moves);
+
+    // Metadata
+    /// The directory for values of `kind`, which need not exist. Nothing where this repository has no tree for them.
+    Opt<Url> FindMetaDataDirectory(const Url& versionDirectory, KIND kind) const;
+    Result<Url> GetMetaDataDirectory(const Url& versionDirectory, KIND kind) const;
+    Result<void> CheckMetaDataWrite(const InternedId& metaId, KIND kind) const;
+    Result<void> DropDerivedValues(const Url& versionDirectory);
+    Result<void> WriteDocument(const Url& directory, const Bool staged, const InternedId& metaId, const Data& data, KIND kind);
+    Result<Data> WriteFileValue(const Url& directory, const Bool staged, const InternedId& metaId, const Url& source, const IdAndVersion& asset, KIND kind);
+    Result<void> RemoveValue(const Url& directory, const InternedId& metaId, KIND kind, std::string_view except);
+
+    /// Directory of a version in the derived or user tree: `<tree>/<asset directory>/<n>`.
+    static Url GetSideDirectory(const Url& tree, const Url& versionDirectory);
+    /// The derived and the user tree, where they are trees of their own.
+    std::vector<Url> GetSideTrees() const;
+    Bool IsOwnTree(const Url& tree) const { return tree.IsPopulated() && !(tree == _places.root); }
+    const Url& GetRoot() const { return _places.root; }
+    void NoteChange() { _changedSinceSync.store(true, std::memory_order_release); }
+
+    const Places _places;
+    const ACCESS _access;
+    RepositoryLock _lock;     // self-synchronised
+    VersionCounter _counter;  // self-synchronised
+    std::atomic<Bool> _hasIndex{false};
+    std::atomic<Bool> _changedSinceSync{false};
+    Guarded<String, Spinlock> _repositoryName;
+};
+
+/// Url of a metadata value that is the file `name` in `directory`, which resolves to it.
+Url MakeMetaUrl(const IdAndVersion& asset, std::string_view name, const Url& directory);
+/// The way in which payloads are hashed: SHA-256 over what goes by.
+AssetHashStream MakePayloadHashStream();
+
+}  // namespace talvo

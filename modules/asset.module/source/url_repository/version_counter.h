@@ -1,0 +1,44 @@
+// The highest version number of a repository, and the file `version` that keeps it.
+#pragma once
+
+#include "kernel/thread/locks.h"
+#include "url_repository/repository_lock.h"
+
+namespace talvo {
+
+/// Threads:    any.
+/// Lock order: below the store lock and the versions of an asset; the file is written under it, then the lock between processes is taken.
+class VersionCounter {
+public:
+    VersionCounter(const Url& root, RepositoryLock& lock) : _file(root + "version"), _lock(lock) {}
+
+    const Url& GetFile() const { return _file; }
+    /// Takes the number from the file; a missing file and any text that is no number count as 0.
+    void Load();
+    /// The highest number given out or seen.
+    UInt GetValue() const;
+    /// A version of this number was seen; nothing is written.
+    void Raise(UInt number);
+    /// The next number; the file holds it when this returns. Errors: IoError, IllegalStateError if there is no greater number.
+    Result<UInt> GetNext();
+    /// Raises the number to at least `number`. The file is written if that changes it, and at first use.
+    Result<void> Update(UInt number);
+
+private:
+    struct State {
+        UInt value = 0;
+        Bool written = false;  // the file is known to hold at least `value`
+    };
+    /// Writes the highest number known anywhere, at least `minimum`, plus `step`.
+    Result<void> Write(State& state, UInt minimum, UInt step);
+
+    const Url _file;
+    RepositoryLock& _lock;
+    static LockClass lockClass;
+    Guarded<State, ARWLock> _state{lockClass};
+};
+
+/// The number on the first line of a file `version`; 0 for any other text.
+UInt ParseVersionCounter(std::string_view text);
+
+}  // namespace talvo
