@@ -221,7 +221,9 @@ Result<void> RepositoryEngine::Init(const Id& rid, Bool tempRepository) {
 }
 
 RepositoryEngine::~RepositoryEngine() {
-    if (_descriptionDatabase) DataDescriptionDefinitionDatabase::UnregisterDatabase(_descriptionDatabaseId, _descriptionDatabase);
+    if (!_descriptionDatabase) return;
+    DataDescriptionDefinitionDatabase::UnregisterDatabase(_descriptionDatabaseId, _descriptionDatabase)
+        .Ignore("another repository of this id has taken its place");
 }
 
 }  // namespace talvo
