@@ -50,9 +50,7 @@ void* detail::DataBox::Allocate(std::size_t size, std::size_t alignment) {
     return box;
 }
 
-void detail::DataBox::Free(void* box, std::size_t alignment) {
-    ::operator delete(box, std::align_val_t(GetOffset(alignment)));
-}
+void detail::DataBox::Free(void* box, std::size_t alignment) { ::operator delete(box, std::align_val_t(GetOffset(alignment))); }
 
 Data::Data(const LiteralId& id) : Data(static_cast<const Id&>(id)) {}
 
@@ -105,8 +103,8 @@ const Id& Data::GetTypeId() const {
 
 Bool operator==(const Data& first, const Data& second) {
     if (!first._type || !second._type) return first._type == second._type;
-    const Bool sameType = first._type == second._type ||
-                          (first._type->isUnknown && second._type->isUnknown && first._type->id == second._type->id);
+    const Bool sameType =
+        first._type == second._type || (first._type->isUnknown && second._type->isUnknown && first._type->id == second._type->id);
     return sameType && first._type->equal(first.GetMemory(), second.GetMemory());
 }
 
@@ -173,7 +171,8 @@ Result<Data> Data::FromBareDocument(const Id& typeId, const DocumentValue& value
         void* const box = detail::DataBox::Allocate(sizeof(UnknownValue), alignof(UnknownValue));
         // From here on the box belongs to nobody until it is whole.
         try {
-            auto* unknown = new (detail::DataBox::GetValue(box, alignof(UnknownValue))) UnknownValue{MakeUnknownInfo(typeId), value};
+            auto* unknown =
+                new (detail::DataBox::GetValue(box, alignof(UnknownValue))) UnknownValue{MakeUnknownInfo(typeId), value};
             result._shared = box;
             result._type = &unknown->info;
         } catch (...) {

@@ -12,13 +12,19 @@ namespace talvo {
 namespace detail {
 
 template <typename T>
-concept HasEquality = requires(const T& value) { { value == value } -> std::convertible_to<Bool>; };
+concept HasEquality = requires(const T& value) {
+    { value == value } -> std::convertible_to<Bool>;
+};
 template <typename T>
-concept HasOrder = requires(const T& value) { { value <=> value } -> std::convertible_to<std::partial_ordering>; };
+concept HasOrder = requires(const T& value) {
+    { value <=> value } -> std::convertible_to<std::partial_ordering>;
+};
 template <typename T>
 concept HasHash = std::is_default_constructible_v<absl::Hash<T>>;
 template <typename T>
-concept HasText = requires(const T& value) { { ToText(value) } -> std::convertible_to<std::string>; };
+concept HasText = requires(const T& value) {
+    { ToText(value) } -> std::convertible_to<std::string>;
+};
 template <typename T>
 concept IsStorable = requires(const T& value, const DocumentValue& document) {
     { DataTraits<T>::ToDocument(value) } -> std::same_as<Result<DocumentValue>>;

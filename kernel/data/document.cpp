@@ -55,7 +55,8 @@ Result<Data> ReadJsonDocument(std::string_view bytes, const Id& rootId) {
     const DocumentValue& value = TRY_REF(envelope.GetMember("value"));
     // Not passed over: what is written again would lack it.
     const DocumentValue::ObjectType& members = TRY_REF(envelope.GetObject());
-    if (members.size() != 4) return FileFormatError::Create("It has other members than \"root\", \"format\", \"type\" and \"value\".");
+    if (members.size() != 4)
+        return FileFormatError::Create("It has other members than \"root\", \"format\", \"type\" and \"value\".");
     return Data::FromBareDocument(typeId, value);
 }
 
@@ -77,7 +78,8 @@ Result<Data> ReadDocumentText(std::string_view bytes, const Id& rootId, std::str
     if (data.IsOk() || OutOfMemoryError::IsClassOf(data.GetError())) return data;
     // Cut, since a hostile text may be quoted in it; for the same reason no cause.
     const std::string& reason = data.GetError()->GetMessage();
-    return FileFormatError::Create(FormatMessage("The document @ can't be read: @", name, MakeUtf8(reason.substr(0, LONGEST_REASON))));
+    return FileFormatError::Create(
+        FormatMessage("The document @ can't be read: @", name, MakeUtf8(reason.substr(0, LONGEST_REASON))));
 }
 
 }  // namespace talvo

@@ -81,9 +81,7 @@ private:
         --_depth;
         StartLine();
     }
-    void WriteBlob(std::string_view bytes) {
-        _text += "{\"base64\": \"" + EncodeBase64(bytes) + "\"}";
-    }
+    void WriteBlob(std::string_view bytes) { _text += "{\"base64\": \"" + EncodeBase64(bytes) + "\"}"; }
     void WriteText(std::string_view text) {
         _text += '"';
         for (const char c : text) WriteCharacter(c);
@@ -181,7 +179,8 @@ private:
         return true;
     }
     Bool Add(DocumentValue value) {
-        if (++_count > MAX_DOCUMENT_VALUES + ENVELOPE_VALUES) return Fail(FormatMessage("It holds more than @ values.", MAX_DOCUMENT_VALUES));
+        if (++_count > MAX_DOCUMENT_VALUES + ENVELOPE_VALUES)
+            return Fail(FormatMessage("It holds more than @ values.", MAX_DOCUMENT_VALUES));
         if (_stack.empty()) {
             _root = std::move(value);
         } else if (Frame& frame = _stack.back(); frame.isObject) {

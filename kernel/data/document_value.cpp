@@ -11,8 +11,8 @@ namespace talvo {
 
 namespace {
 
-constexpr std::array<const char*, 9> SHAPES{"null", "true or false", "an integer", "an integer", "a number",
-                                            "a text", "bytes", "a list", "an object"};
+constexpr std::array<const char*, 9> SHAPES{"null",   "true or false", "an integer", "an integer", "a number",
+                                            "a text", "bytes",         "a list",     "an object"};
 constexpr std::size_t LONGEST_TEXT = 1000;
 
 ErrorRef MakeShapeError(const char* wanted, const DocumentValue& value) {

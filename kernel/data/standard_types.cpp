@@ -44,9 +44,7 @@ Result<String> DataTraits<String>::FromDocument(const DocumentValue& value) {
     return String(text);
 }
 
-Result<DocumentValue> DataTraits<CString>::ToDocument(const CString& value) {
-    return DocumentValue::FromBytes(value.GetView());
-}
+Result<DocumentValue> DataTraits<CString>::ToDocument(const CString& value) { return DocumentValue::FromBytes(value.GetView()); }
 Result<CString> DataTraits<CString>::FromDocument(const DocumentValue& value) {
     const std::string bytes = TRY(value.GetBytes());
     return CString(std::string_view(bytes));
@@ -105,8 +103,8 @@ Result<const DocumentValue::ArrayType&> detail::ReadList(const DocumentValue& va
 void detail::RegisterStandardTypes() {
     DataTypes::RegisterAll<Bool, Int, Int32, UInt, Float64, String, CString, Id, UniversalDateTime, Uuid, Color, MemoryBlock,
                            DataDictionary>();
-    DataTypes::RegisterAll<BaseArray<Bool>, BaseArray<Int>, BaseArray<Float64>, BaseArray<String>, BaseArray<CString>, BaseArray<Id>,
-                           BaseArray<UniversalDateTime>, BaseArray<Data>, BaseArray<DataDictionary>>();
+    DataTypes::RegisterAll<BaseArray<Bool>, BaseArray<Int>, BaseArray<Float64>, BaseArray<String>, BaseArray<CString>,
+                           BaseArray<Id>, BaseArray<UniversalDateTime>, BaseArray<Data>, BaseArray<DataDictionary>>();
     DataTypes::RegisterAll<std::tuple<UniversalDateTime, Int>, std::pair<Float64, Float64>, std::pair<Id, Id>>();
 }
 

@@ -35,12 +35,12 @@ struct MemoryBlock {
     }
 };
 
-#define TALVO_STANDARD_TYPE(TYPE, NAME)                                   \
-    template <>                                                           \
-    struct DataTraits<TYPE> {                                             \
-        static constexpr LiteralId ID{"net.talvo.datatype." NAME};        \
-        static Result<DocumentValue> ToDocument(const TYPE& value);       \
-        static Result<TYPE> FromDocument(const DocumentValue& value);     \
+#define TALVO_STANDARD_TYPE(TYPE, NAME)                               \
+    template <>                                                       \
+    struct DataTraits<TYPE> {                                         \
+        static constexpr LiteralId ID{"net.talvo.datatype." NAME};    \
+        static Result<DocumentValue> ToDocument(const TYPE& value);   \
+        static Result<TYPE> FromDocument(const DocumentValue& value); \
     }
 
 TALVO_STANDARD_TYPE(Bool, "bool");

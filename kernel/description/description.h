@@ -10,11 +10,11 @@ namespace talvo {
 
 /// Ids of the attributes of entries.
 namespace DESCRIPTION {
-inline constexpr LiteralId IDENTIFIER{"net.talvo.description.base.identifier"};      ///< Id of the entry
-inline constexpr LiteralId COMMAND{"net.talvo.description.base.command"};            ///< String: what kind of entry it is
-inline constexpr LiteralId INCLUDE{"net.talvo.description.data.base.include"};       ///< Id of what an entry includes
+inline constexpr LiteralId IDENTIFIER{"net.talvo.description.base.identifier"};  ///< Id of the entry
+inline constexpr LiteralId COMMAND{"net.talvo.description.base.command"};        ///< String: what kind of entry it is
+inline constexpr LiteralId INCLUDE{"net.talvo.description.data.base.include"};   ///< Id of what an entry includes
 inline constexpr LiteralId TRANSLATEDSTRING{"net.talvo.description.string.base.translatedstring"};  ///< String
-inline constexpr LiteralId CATEGORY{"net.talvo.description.info.category"};          ///< in the info: Id of the category
+inline constexpr LiteralId CATEGORY{"net.talvo.description.info.category"};  ///< in the info: Id of the category
 /// The description that all others include.
 inline constexpr LiteralId BASE{"net.talvo.category.base"};
 

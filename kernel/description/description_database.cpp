@@ -64,7 +64,8 @@ Result<Bool> Unregister(const Id& databaseId, const ImplRef* only) {
 }
 
 /// The registration that answers for `identity`, or null; valid as long as `registrations`.
-const Registration* FindHolder(const Registrations& registrations, const DescriptionIdentity& identity, const Id& preferredDatabaseId) {
+const Registration* FindHolder(const Registrations& registrations, const DescriptionIdentity& identity,
+                               const Id& preferredDatabaseId) {
     const Registration* preferred = FindIn(registrations, preferredDatabaseId);
     if (preferred && preferred->database->Contains(identity)) return preferred;
     for (const Registration& registration : registrations) {
@@ -96,8 +97,8 @@ public:
 
 private:
     Result<DataDescriptionDefinition> Load(const DescriptionIdentity& identity) const {
-        return DataDescriptionDefinitionDatabase::LoadDescription(Int32(DESCRIPTION_MODE::WITH_INCLUDES), _category, _language, identity,
-                                                                  nullptr, _preferredDatabaseId);
+        return DataDescriptionDefinitionDatabase::LoadDescription(Int32(DESCRIPTION_MODE::WITH_INCLUDES), _category, _language,
+                                                                  identity, nullptr, _preferredDatabaseId);
     }
     Result<void> Take(const DataDescriptionDefinition& definition) {
         for (const DataDictionary& entry : definition.GetEntries()) {
@@ -131,7 +132,8 @@ Result<void> DataDescriptionDefinitionDatabase::RegisterDatabase(const Id& datab
         TRY(Change([&](BaseArray<Registration>& entries) -> Result<Bool> {
             for (const Registration& registration : entries) {
                 if (registration.id != databaseId) continue;
-                return IllegalArgumentError::Create(FormatMessage("The description database @ is registered already.", databaseId));
+                return IllegalArgumentError::Create(
+                    FormatMessage("The description database @ is registered already.", databaseId));
             }
             TRY(entries.Append({databaseId, database}));
             return true;
@@ -140,7 +142,9 @@ Result<void> DataDescriptionDefinitionDatabase::RegisterDatabase(const Id& datab
     });
 }
 
-Result<Bool> DataDescriptionDefinitionDatabase::UnregisterDatabase(const Id& databaseId) { return Unregister(databaseId, nullptr); }
+Result<Bool> DataDescriptionDefinitionDatabase::UnregisterDatabase(const Id& databaseId) {
+    return Unregister(databaseId, nullptr);
+}
 
 Result<Bool> DataDescriptionDefinitionDatabase::UnregisterDatabase(const Id& databaseId, const ImplRef& database) {
     return Unregister(databaseId, &database);
@@ -152,15 +156,18 @@ ImplRef DataDescriptionDefinitionDatabase::FindDatabase(const Id& databaseId) {
     return registration ? registration->database : nullptr;
 }
 
-Result<DataDescriptionDefinition> DataDescriptionDefinitionDatabase::LoadDescription(Int32 mode, const Id& category, LanguageRef language,
+Result<DataDescriptionDefinition> DataDescriptionDefinitionDatabase::LoadDescription(Int32 mode, const Id& category,
+                                                                                     LanguageRef language,
                                                                                      const DescriptionIdentity& identity,
-                                                                                     Id* outDatabaseId, const Id& preferredDatabaseId) {
+                                                                                     Id* outDatabaseId,
+                                                                                     const Id& preferredDatabaseId) {
     if (identity.first.IsEmpty()) return IllegalArgumentError::Create("A description needs an id that is not empty.");
     CheckNoLockHeld(LOCK_USE::CALLBACK, "a load from a description database");
     const Registrations registrations = GetRegistrations();
     const Registration* holder = FindHolder(registrations, identity, preferredDatabaseId);
     if (!holder) return IllegalArgumentError::Create(FormatMessage("No description database holds @.", identity.first));
-    DataDescriptionDefinition definition = TRY(holder->database->LoadDescription(mode, category, language, identity, outDatabaseId));
+    DataDescriptionDefinition definition =
+        TRY(holder->database->LoadDescription(mode, category, language, identity, outDatabaseId));
     if (outDatabaseId) *outDatabaseId = holder->id;
     return definition;
 }
@@ -193,7 +200,8 @@ Result<DataDescription> DataDescriptionDatabase::LoadDescription(const Id& categ
 }
 
 Result<DataDescription> DataDescriptionDatabase::LoadDescription(const Id& category, LanguageRef language,
-                                                                 const DescriptionIdentity& identity, const Id& preferredDatabaseId) {
+                                                                 const DescriptionIdentity& identity,
+                                                                 const Id& preferredDatabaseId) {
     return CatchOutOfMemory([&] { return IncludeWalk(category, language, preferredDatabaseId).Run(identity); });
 }
 

@@ -151,7 +151,8 @@ TEST(DataTest, hasTextsForPeople) {
 
 TEST(DataTest, makesIdsOfTypesFromTheirParts) {
     using Usage = std::tuple<UniversalDateTime, Int>;
-    EXPECT_EQ(GetDataType<Usage>()->id.GetView(), "net.talvo.datatype.tuple(net.talvo.datatype.universaldatetime,net.talvo.datatype.int)");
+    EXPECT_EQ(GetDataType<Usage>()->id.GetView(),
+              "net.talvo.datatype.tuple(net.talvo.datatype.universaldatetime,net.talvo.datatype.int)");
     EXPECT_EQ(GetDataType<BaseArray<Id>>()->id.GetView(), "net.talvo.datatype.array(net.talvo.datatype.id)");
     EXPECT_EQ(DataTypes::Find(GetDataType<BaseArray<Id>>()->id), GetDataType<BaseArray<Id>>());
     EXPECT_EQ(DataTypes::Find("net.talvo.datatype.nosuch"_id), nullptr);
@@ -188,7 +189,8 @@ TEST(DataDictionaryTest, takesIdsOfOneTextForOneKey) {
 }
 
 TEST(DataDictionaryTest, isOrderedByTypeThenValueWhateverCameFirst) {
-    const Data keys[] = {Data("b"_id), Data(Int(10)), Data("a"_id), Data(Int(9)), Data(String("z")), Data(Color{1, 2, 3}), Data()};
+    const Data keys[] = {Data("b"_id),      Data(Int(10)),        Data("a"_id), Data(Int(9)),
+                         Data(String("z")), Data(Color{1, 2, 3}), Data()};
     std::string text;
     for (std::size_t shift = 0; shift < std::size(keys); ++shift) {
         DataDictionary dictionary;
@@ -229,7 +231,8 @@ TEST(DataDictionaryTest, findsKeysThatTieInOrder) {
 }
 
 TEST(DataDictionaryTest, refusesAKeyTwiceWhenMadeAtOnce) {
-    BaseArray<DataDictionary::Entry> entries{{Data("a"_id), Data(Int(1))}, {Data("b"_id), Data(Int(1))}, {Data("a"_id), Data(Int(2))}};
+    BaseArray<DataDictionary::Entry> entries{
+        {Data("a"_id), Data(Int(1))}, {Data("b"_id), Data(Int(1))}, {Data("a"_id), Data(Int(2))}};
     const Result<DataDictionary> twice = DataDictionary::Create(entries);
     ASSERT_TRUE(twice.IsError());
     EXPECT_THAT(twice.GetError()->GetMessage(), HasSubstr("key a"));

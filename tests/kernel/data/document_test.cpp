@@ -1,9 +1,9 @@
 // Documents: that every value comes back as it was, and the bytes.
 #include "kernel/data/document.h"
 
+#include "document_samples.h"
 #include "kernel/data/base64.h"
 #include "kernel/data/document_json.h"
-#include "document_samples.h"
 
 #include <bit>
 #include <cmath>
@@ -210,11 +210,19 @@ TEST(DocumentTest, hasTheBytesOfTheBinaryForm) {
     const std::string intType = "net.talvo.datatype.int";
     const std::string stringType = "net.talvo.datatype.string";
     const auto text = [](const std::string& t) { return ToHex(std::string(1, char(t.size())) + std::string(3, '\0') + t); };
-    const std::string payload = "61" "02000000"
-        "6f" "02000000" + text("type") + "73" + text(intType) + text("value") + "69" "feffffffffffffff"
-        "6f" "02000000" + text("type") + "73" + text(stringType) + text("value") + "73" + text("hi");
-    const std::string head = ToHex("TALVODOC") + "01000000" + text("r") + text(type) + ToHex(std::string(1, char(payload.size() / 2))) +
-                             "00000000000000";
+    const std::string payload =
+        "61"
+        "02000000"
+        "6f"
+        "02000000" +
+        text("type") + "73" + text(intType) + text("value") +
+        "69"
+        "feffffffffffffff"
+        "6f"
+        "02000000" +
+        text("type") + "73" + text(stringType) + text("value") + "73" + text("hi");
+    const std::string head = ToHex("TALVODOC") + "01000000" + text("r") + text(type) +
+                             ToHex(std::string(1, char(payload.size() / 2))) + "00000000000000";
     EXPECT_EQ(ToHex(bytes.substr(0, bytes.size() - 8)), head + payload);
     EXPECT_EQ(ToHex(bytes.substr(bytes.size() - 8)), "d4054c0052399536");
 }
@@ -222,10 +230,12 @@ TEST(DocumentTest, hasTheBytesOfTheBinaryForm) {
 TEST(DocumentTest, hasTheBytesThatTheDocumentationShows) {
     const Data time(UniversalDateTime(1683028800000000));
     const std::string bytes = MUST(WriteDocumentText(time, "net.talvo.asset.timestamp"_id, DOCUMENT_FORMAT::BINARY));
-    EXPECT_EQ(ToHex(bytes),
-              "54414c564f444f4301000000190000006e65742e74616c766f2e61737365742e74696d657374616d70240000006e65742e74616c766f2e64617461"
-              "747970652e756e6976657273616c6461746574696d65200000000000000073" "1b000000323032332d30352d30325431323a30303a30302e3030"
-              "303030305aac58b93d3a1b6df3");
+    EXPECT_EQ(
+        ToHex(bytes),
+        "54414c564f444f4301000000190000006e65742e74616c766f2e61737365742e74696d657374616d70240000006e65742e74616c766f2e64617461"
+        "747970652e756e6976657273616c6461746574696d65200000000000000073"
+        "1b000000323032332d30352d30325431323a30303a30302e3030"
+        "303030305aac58b93d3a1b6df3");
 }
 
 // --- values of types that nobody registered

@@ -149,8 +149,8 @@ std::string MakeBinary(std::string_view payload) {
         for (std::size_t i = 0; i < size; ++i) bytes += char(value >> (8 * i) & 0xff);
         return bytes;
     };
-    std::string bytes = "TALVODOC" + number(1, 4) + number(ROOT.GetLength(), 4) + std::string(ROOT.GetView()) + number(9, 4) + "com.other" +
-                        number(payload.size(), 8) + std::string(payload);
+    std::string bytes = "TALVODOC" + number(1, 4) + number(ROOT.GetLength(), 4) + std::string(ROOT.GetView()) + number(9, 4) +
+                        "com.other" + number(payload.size(), 8) + std::string(payload);
     return bytes + number(GetStoredHash64(bytes), 8);
 }
 
@@ -175,7 +175,8 @@ TEST(HostileDocumentTest, refusesHostilePayloadsWhoseChecksumIsRight) {
         "d\x00\x00\x00\x00\x00\x00\xf8\x7f"s,
         deep,
     };
-    for (const std::string& row : rows) ExpectFormatError(ReadDocumentText(MakeBinary(row), ROOT, "sample"), ToHex(row.substr(0, 40)));
+    for (const std::string& row : rows)
+        ExpectFormatError(ReadDocumentText(MakeBinary(row), ROOT, "sample"), ToHex(row.substr(0, 40)));
     EXPECT_TRUE(ReadDocumentText(MakeBinary("n"), ROOT, "sample").IsOk()) << "the rows fail for their payload alone";
 }
 
@@ -185,7 +186,8 @@ TEST(HostileDocumentTest, survivesRandomPayloads) {
     std::mt19937 random(7);
     for (int run = 0; run < 20'000; ++run) {
         std::string mutant = payload.substr(random() % 60);
-        for (UInt32 changes = 1 + random() % 4; changes > 0; --changes) mutant[random() % mutant.size()] = "nftiudsbao\0\1\2"[random() % 13];
+        for (UInt32 changes = 1 + random() % 4; changes > 0; --changes)
+            mutant[random() % mutant.size()] = "nftiudsbao\0\1\2"[random() % 13];
         const Result<Data> result = ReadDocumentText(MakeBinary(mutant), ROOT, "sample");
         if (result.IsError()) ExpectFormatError(result, "mutant");
     }

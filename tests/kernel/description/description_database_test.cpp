@@ -25,7 +25,8 @@ public:
         if (onContains) onContains();
         return definitions.Contains(identity.first);
     }
-    Result<DataDescriptionDefinition> LoadDescription(Int32, const Id&, LanguageRef, const DescriptionIdentity& identity, Id*) override {
+    Result<DataDescriptionDefinition> LoadDescription(Int32, const Id&, LanguageRef, const DescriptionIdentity& identity,
+                                                      Id*) override {
         ++loads;
         return *definitions.Find(identity.first);
     }
@@ -79,7 +80,8 @@ protected:
     /// The database that a load was routed to; empty after an error.
     static Id Route(const DescriptionIdentity& identity, const Id& preferred = Id()) {
         Id found;
-        const Result<DataDescriptionDefinition> loaded = Databases::LoadDescription(0, CATEGORY, nullptr, identity, &found, preferred);
+        const Result<DataDescriptionDefinition> loaded =
+            Databases::LoadDescription(0, CATEGORY, nullptr, identity, &found, preferred);
         return loaded.IsOk() ? found : Id();
     }
 
@@ -130,7 +132,8 @@ TEST_F(DescriptionDatabaseTest, mayBeChangedFromInsideOfADatabase) {
 }
 
 TEST_F(DescriptionDatabaseTest, storesIntoTheNamedDatabase) {
-    EXPECT_TRUE(MUST(Databases::StoreDescription(SECOND, CATEGORY, nullptr, CHAIR, MakeDefinition({MakeText("a"_id, "1")}), true)));
+    EXPECT_TRUE(
+        MUST(Databases::StoreDescription(SECOND, CATEGORY, nullptr, CHAIR, MakeDefinition({MakeText("a"_id, "1")}), true)));
     EXPECT_TRUE(second->lastDeferred);
     EXPECT_TRUE(first->definitions.IsEmpty());
     EXPECT_EQ(MUST(Databases::LoadDescription(1, CATEGORY, nullptr, CHAIR)).GetEntryCount(), 1);
@@ -138,8 +141,9 @@ TEST_F(DescriptionDatabaseTest, storesIntoTheNamedDatabase) {
 
 TEST_F(DescriptionDatabaseTest, tellsObserversOfUpdates) {
     Id told;
-    const ObserverToken token = Databases::ObservableUpdated().AddObserver(
-        [&](const Id&, const Id&, LanguageRef, const DescriptionIdentity& identity, const DataDescriptionDefinition&) -> Result<void> {
+    const ObserverToken token =
+        Databases::ObservableUpdated().AddObserver([&](const Id&, const Id&, LanguageRef, const DescriptionIdentity& identity,
+                                                       const DataDescriptionDefinition&) -> Result<void> {
             told = identity.first;
             return OK;
         });
@@ -149,10 +153,12 @@ TEST_F(DescriptionDatabaseTest, tellsObserversOfUpdates) {
 }
 
 TEST_F(DescriptionDatabaseTest, fillsInWhatADescriptionIncludes) {
-    Put(first, "chair"_id, MakeDefinition({DESCRIPTION::MakeIncludeEntry("base"_id), MakeText("name"_id, "Chair"),
-                                           DESCRIPTION::MakeIncludeEntry("missing"_id)}));
-    Put(second, "base"_id, MakeDefinition({DESCRIPTION::MakeIncludeEntry("base"_id), DESCRIPTION::MakeIncludeEntry("chair"_id),
-                                           MakeText("name"_id, "Name"), MakeText("tags"_id, "Tags")}));
+    Put(first, "chair"_id,
+        MakeDefinition({DESCRIPTION::MakeIncludeEntry("base"_id), MakeText("name"_id, "Chair"),
+                        DESCRIPTION::MakeIncludeEntry("missing"_id)}));
+    Put(second, "base"_id,
+        MakeDefinition({DESCRIPTION::MakeIncludeEntry("base"_id), DESCRIPTION::MakeIncludeEntry("chair"_id),
+                        MakeText("name"_id, "Name"), MakeText("tags"_id, "Tags")}));
     const DataDescription description = MUST(DataDescriptionDatabase::LoadDescription(CATEGORY, nullptr, "chair"_id));
     EXPECT_EQ(description.GetEntryCount(), 2) << "includes are gone";
     EXPECT_EQ(GetText(MUST(description.GetEntry("name"_id))), "Chair") << "own entries count first";

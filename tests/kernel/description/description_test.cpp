@@ -80,7 +80,8 @@ TEST(DataDescriptionDefinitionTest, mergesEntriesAndInfo) {
 }
 
 TEST(DataDescriptionDefinitionTest, comesBackFromDocuments) {
-    DataDescriptionDefinition definition = MakeDefinition({MakeText("b"_id, "1"), DESCRIPTION::MakeIncludeEntry(DESCRIPTION::BASE)});
+    DataDescriptionDefinition definition =
+        MakeDefinition({MakeText("b"_id, "1"), DESCRIPTION::MakeIncludeEntry(DESCRIPTION::BASE)});
     definition.SetCategory("string"_id);
     for (const Data& data : {Data(definition), Data(DataDescriptionDefinition())}) {
         for (const DOCUMENT_FORMAT format : {DOCUMENT_FORMAT::JSON, DOCUMENT_FORMAT::BINARY}) {
@@ -93,8 +94,9 @@ TEST(DataDescriptionDefinitionTest, comesBackFromDocuments) {
 TEST(DataDescriptionDefinitionTest, refusesDamagedDocuments) {
     const std::string nameless = R"({"x": {"type": "net.talvo.datatype.int", "value": 1}})";
     const std::string named = R"({"net.talvo.description.base.identifier": {"type": "net.talvo.datatype.id", "value": "a"}})";
-    for (const std::string& value : {std::string("{}"), std::string(R"({"info": {}})"), R"({"info": {}, "entries": [)" + nameless + "]}",
-                                     R"({"info": {}, "entries": [)" + named + ", " + named + "]}"}) {
+    for (const std::string& value :
+         {std::string("{}"), std::string(R"({"info": {}})"), R"({"info": {}, "entries": [)" + nameless + "]}",
+          R"({"info": {}, "entries": [)" + named + ", " + named + "]}"}) {
         const std::string text =
             R"({"root": "r", "format": 1, "type": "net.talvo.datatype.datadescriptiondefinition", "value": )" + value + "}";
         const Result<Data> result = ReadDocumentText(text, "r"_id, "sample");
