@@ -21,9 +21,7 @@ struct OwnedHead {
     std::atomic<UInt32> references{1};
 };
 
-OwnedHead* HeadOf(const char* text) {
-    return reinterpret_cast<OwnedHead*>(const_cast<char*>(text) - sizeof(OwnedHead));
-}
+OwnedHead* HeadOf(const char* text) { return reinterpret_cast<OwnedHead*>(const_cast<char*>(text) - sizeof(OwnedHead)); }
 
 const char* MakeOwnedText(std::string_view text) {
     void* block = ::operator new(sizeof(OwnedHead) + text.size() + 1);

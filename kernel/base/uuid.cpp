@@ -20,8 +20,8 @@ int DigitValue(char digit) {
 }
 
 ErrorRef MalformedUuid(std::string_view text) {
-    return IllegalArgumentError::Create("\"" + std::string(text.substr(0, 80)) + "\" is no UUID. Give 36 characters of the form " +
-                                        std::string(HYPHENS_FORM) + ".");
+    return IllegalArgumentError::Create("\"" + std::string(text.substr(0, 80)) +
+                                        "\" is no UUID. Give 36 characters of the form " + std::string(HYPHENS_FORM) + ".");
 }
 
 }  // namespace
@@ -34,7 +34,8 @@ Result<Uuid> Uuid::CreateId() {
         if (got >= 0) {
             done += std::size_t(got);
         } else if (errno != EINTR) {
-            return SystemError::Create(std::string("The system gives no random numbers for a UUID: ") + std::strerror(errno) + ".");
+            return SystemError::Create(std::string("The system gives no random numbers for a UUID: ") + std::strerror(errno) +
+                                       ".");
         }
     }
     return uuid;

@@ -26,9 +26,9 @@ String LowerCase(const String& text);
 std::string FoldNameFrozen(std::string_view bytes);
 
 enum class COMPARE_MODE : Int32 {
-    BYTES = 0,     ///< by bytes
-    NO_CASE = 1,   ///< by bytes of the upper-cased texts
-    DISPLAY = 4    ///< root collation, digit runs as numbers, then code points: 0 only for identical texts
+    BYTES = 0,    ///< by bytes
+    NO_CASE = 1,  ///< by bytes of the upper-cased texts
+    DISPLAY = 4   ///< root collation, digit runs as numbers, then code points: 0 only for identical texts
 };
 
 /// -1, 0 or 1.

@@ -39,7 +39,8 @@ std::string ApplyFormat(const std::string& argument, std::string_view format) {
     const Bool zeros = format.starts_with('0');
     std::size_t width = 0;
     const auto read = std::from_chars(format.data(), format.data() + format.size(), width);
-    const Bool understood = format.empty() || (read.ec == std::errc() && read.ptr == format.data() + format.size() && width <= 99);
+    const Bool understood =
+        format.empty() || (read.ec == std::errc() && read.ptr == format.data() + format.size() && width <= 99);
     if (!understood) return argument;
     return Pad(hexadecimal ? ToHexadecimal(argument) : argument, width, zeros ? '0' : ' ');
 }

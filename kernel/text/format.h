@@ -33,7 +33,9 @@ inline std::string ToText(UInt32 value) { return ToText(UInt64(value)); }
 /// The shortest text that reads back as the same number; never depends on the locale.
 std::string ToText(Float64 value);
 template <typename T>
-    requires requires(const T& value) { { value.ToString() } -> std::convertible_to<String>; }
+    requires requires(const T& value) {
+        { value.ToString() } -> std::convertible_to<String>;
+    }
 std::string ToText(const T& value) {
     return ToText(String(value.ToString()));
 }

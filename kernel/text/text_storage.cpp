@@ -102,7 +102,8 @@ void TextStorage::Replace(std::size_t position, std::size_t count, std::string_v
     const std::size_t tail = old.size() - position - count;
     const Bool overlaps = std::less_equal<>()(old.data(), bytes.data()) && std::less<>()(bytes.data(), old.data() + old.size());
     const Bool inHeap = _length == HEAP;
-    const Bool inPlace = !overlaps && (inHeap ? !GetBody()->IsShared() && length <= GetBody()->capacity : length <= INLINE_CAPACITY);
+    const Bool inPlace =
+        !overlaps && (inHeap ? !GetBody()->IsShared() && length <= GetBody()->capacity : length <= INLINE_CAPACITY);
     if (inPlace) {
         char* const target = inHeap ? GetBody()->GetBytes() : _bytes;
         CopyBytes(target + position + bytes.size(), target + position + count, tail);
@@ -119,7 +120,8 @@ void TextStorage::Replace(std::size_t position, std::size_t count, std::string_v
     char* target = fresh._bytes;
     if (length > INLINE_CAPACITY) {
         // Half as much again for a text that grows, so that many appends cost no more than one copy each.
-        TextBody* body = TextBody::Create(std::max(length, length > old.size() && !old.empty() ? old.size() + old.size() / 2 : 0));
+        TextBody* body =
+            TextBody::Create(std::max(length, length > old.size() && !old.empty() ? old.size() + old.size() / 2 : 0));
         body->length = length;
         fresh.SetBody(body);
         target = body->GetBytes();

@@ -57,7 +57,8 @@ Bool Job::IsRunningHere() const { return detail::RunningJob::IsInside(*this); }
 
 Result<void> Job::CheckCanWait() const {
     if (IsRunningHere()) {
-        return IllegalStateError::Create("A job can't wait for its own end. Let another thread wait, or add a finished observer.");
+        return IllegalStateError::Create(
+            "A job can't wait for its own end. Let another thread wait, or add a finished observer.");
     }
     if (GetState() == JOB_STATE::CREATED) {
         return IllegalStateError::Create("The job was not enqueued, so that waiting for it has no end. Enqueue it first.");

@@ -20,11 +20,11 @@ class RunningJob;
 }  // namespace detail
 
 enum class JOB_STATE : UInt32 {
-    CREATED,    ///< in no queue yet
-    ENQUEUED,   ///< waits for a thread
+    CREATED,   ///< in no queue yet
+    ENQUEUED,  ///< waits for a thread
     RUNNING,
-    DONE,       ///< ran to its end; GetResult has its result
-    CANCELLED   ///< was cancelled before it ran; GetResult has OperationCancelledError
+    DONE,      ///< ran to its end; GetResult has its result
+    CANCELLED  ///< was cancelled before it ran; GetResult has OperationCancelledError
 };
 
 /// One piece of work, run once. The last reference need not be kept: an enqueued job lives until it has ended.

@@ -37,7 +37,8 @@ Result<void> JobGroup::GetResult() const {
     return CatchOutOfMemory([&]() -> Result<void> {
         std::vector<ErrorRef> errors;
         for (const JobRef& job : _jobs) {
-            if (!job->HasEnded()) return IllegalStateError::Create("A job of the group has not ended yet. Wait for the group first.");
+            if (!job->HasEnded())
+                return IllegalStateError::Create("A job of the group has not ended yet. Wait for the group first.");
             const Result<void> result = job->GetResult();
             if (result.IsError()) errors.push_back(result.GetError());
         }

@@ -134,7 +134,8 @@ void CheckNoLockHeld(LOCK_USE use, const char* what) {
     const LOCK_FLAGS needed = use == LOCK_USE::IO ? LOCK_FLAGS::IO : LOCK_FLAGS::CALLBACKS;
     for (UInt32 i = 0; i < held.count; ++i) {
         const LockClass& lockClass = *held.locks[i].lockClass;
-        if (!lockClass.Has(needed)) Fail(std::string(what) + " under \"" + lockClass.GetName() + "\", whose class does not allow it");
+        if (!lockClass.Has(needed))
+            Fail(std::string(what) + " under \"" + lockClass.GetName() + "\", whose class does not allow it");
     }
 }
 

@@ -36,7 +36,8 @@ public:
         const auto token = ObserverToken(_nextToken.fetch_add(1, std::memory_order_relaxed));
         const auto entry = StrongRef<Entry>::Create(token, priority, std::move(observer));
         Change([&](std::vector<StrongRef<Entry>>& entries) {
-            const auto behind = std::find_if(entries.begin(), entries.end(), [&](const auto& e) { return e->priority < priority; });
+            const auto behind =
+                std::find_if(entries.begin(), entries.end(), [&](const auto& e) { return e->priority < priority; });
             entries.insert(behind, entry);
         });
         return token;

@@ -59,7 +59,9 @@ public:
     UInt GetStamp() const { return _stamp.load(std::memory_order_acquire); }
 
     /// Adds a new entry. Errors: IllegalArgumentError if `id` is empty or taken; OutOfMemoryError. Both change nothing.
-    Result<void> Register(const Id& id, T value, Int priority = 0) { return Insert(id, std::move(value), priority, TAKEN::REFUSE); }
+    Result<void> Register(const Id& id, T value, Int priority = 0) {
+        return Insert(id, std::move(value), priority, TAKEN::REFUSE);
+    }
     /// Adds an entry, in the place of one with the same id if there is one with the same priority.
     /// Errors: IllegalArgumentError if `id` is empty; OutOfMemoryError. Both change nothing.
     Result<void> InsertEntry(const Id& id, T value, Int priority = 0) {
@@ -118,7 +120,8 @@ private:
             return;
         }
         TakeOut(entries, entry->id);
-        const auto behind = std::find_if(entries.begin(), entries.end(), [&](const Entry& e) { return e->priority < entry->priority; });
+        const auto behind =
+            std::find_if(entries.begin(), entries.end(), [&](const Entry& e) { return e->priority < entry->priority; });
         entries.insert(behind, entry);
     }
 
@@ -130,7 +133,8 @@ private:
             const Entry entry(new RegistryEntry<T>(id, std::move(value), priority));
             TRY(Change([&](std::vector<Entry>& entries) -> Result<void> {
                 if (taken == TAKEN::REFUSE && FindIn(entries, id) != entries.end()) {
-                    return IllegalArgumentError::Create("\"" + std::string(id.GetView()) + "\" is in " + std::string(_id.GetView()) +
+                    return IllegalArgumentError::Create("\"" + std::string(id.GetView()) + "\" is in " +
+                                                        std::string(_id.GetView()) +
                                                         " already. Take another id, or erase the old entry first.");
                 }
                 PutIn(entries, entry);

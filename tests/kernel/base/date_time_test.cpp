@@ -43,8 +43,8 @@ TEST(UniversalDateTime, readsOtherFormsOfTheSame) {
         Int64 value;
     };
     const Row rows[] = {
-        {"2023-05-02T14:30:00+02:30", 1683028800000000},      {"2023-05-01t23:00:00-13:00", 1683028800000000},
-        {"2023-05-02 12:00:00.5z", 1683028800500000},         {"2023-05-02T12:00:00.1234567891Z", 1683028800123456},
+        {"2023-05-02T14:30:00+02:30", 1683028800000000}, {"2023-05-01t23:00:00-13:00", 1683028800000000},
+        {"2023-05-02 12:00:00.5z", 1683028800500000},    {"2023-05-02T12:00:00.1234567891Z", 1683028800123456},
         {"1998-12-31T23:59:60Z", 915148800000000},
     };
     for (const Row& row : rows) EXPECT_EQ(MUST(UniversalDateTime::Parse(row.text)).GetValue(), row.value) << row.text;
@@ -75,7 +75,7 @@ TEST(UniversalDateTime, refusesWhatIsNoTime) {
 }
 
 TEST(UniversalDateTime, localTextAndSteppedClock) {
-    setenv("TZ", "XXX-03:30", 1);
+    setenv("TZ", "ABC-03:30", 1);
     tzset();
     EXPECT_EQ(UniversalDateTime(1683028800000000).FormatLocal("%Y-%m-%d %H:%M"), "2023-05-02 15:30");
     EXPECT_EQ(UniversalDateTime(0).FormatLocal(""), "");

@@ -65,7 +65,9 @@ TEST(AggregatedError, speaksWithTheFirstMessage) {
 }
 
 TEST(ResultDeathTest, mustTellsWhatFailedAndWhere) {
-    EXPECT_DEATH(MUST(Half(3)), "value is even not fulfilled. \n.*error_test.cpp:[0-9]+: the error was made here, class net.talvo.error.illegalargument");
+    EXPECT_DEATH(
+        MUST(Half(3)),
+        "value is even not fulfilled. \n.*error_test.cpp:[0-9]+: the error was made here, class net.talvo.error.illegalargument");
 }
 
 }  // namespace

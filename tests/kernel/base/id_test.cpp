@@ -1,5 +1,5 @@
-#include "kernel/base/hash_map.h"
 #include "kernel/base/id.h"
+#include "kernel/base/hash_map.h"
 #include "kernel/base/result.h"
 #include "kernel/base/uuid.h"
 
@@ -19,7 +19,8 @@ TEST(Id, wordIsPartOfFormats) {
     EXPECT_EQ("asset"_id.GetWord(), 0x5000058ceaf0u);
     EXPECT_EQ(Owned("asset").GetWord(), 0x5000058ceaf0u) << "the bit of the owner is masked out";
     EXPECT_EQ(Owned("\xff").GetWord(), UInt(1) << 44 | 0xff) << "bytes are unsigned";
-    EXPECT_LE(Owned(std::string(1000, 'z')).GetWord() & ~(~UInt(0) << 44), Id::HASH_MASK) << "the hash stays below the owner's bit";
+    EXPECT_LE(Owned(std::string(1000, 'z')).GetWord() & ~(~UInt(0) << 44), Id::HASH_MASK)
+        << "the hash stays below the owner's bit";
 }
 
 TEST(Id, equalWordsAreNotEqualIds) {

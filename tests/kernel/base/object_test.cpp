@@ -1,6 +1,6 @@
+#include "kernel/base/object.h"
 #include "kernel/base/array.h"
 #include "kernel/base/delegate.h"
-#include "kernel/base/object.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +14,6 @@ struct Probe : ObjectInterface {
     ~Probe() override { --alive; }
     int& alive;
 };
-struct OtherInterface : virtual ObjectInterface {};
 
 TEST(WeakRef, isNullOnceTheLastStrongReferenceWent) {
     int alive = 0;

@@ -1,5 +1,5 @@
-#include "kernel/base/hashing.h"
 #include "kernel/text/casing.h"
+#include "kernel/base/hashing.h"
 #include "kernel/text/utf8.h"
 
 #include <gmock/gmock.h>
@@ -16,7 +16,10 @@ int Sign(int order) { return (order > 0) - (order < 0); }
 
 TEST(FoldNameFrozen, foldsCharactersAndLeavesOtherBytes) {
     EXPECT_EQ(FoldNameFrozen("Chair_\u00c4\u0130\u1e9e\u03a3.OBJ"), "chair_\u00e4i\u00df\u03c3.obj");
-    EXPECT_EQ(FoldNameFrozen("\xff" "A\xc3"), "\xff" "a\xc3");
+    EXPECT_EQ(FoldNameFrozen("\xff"
+                             "A\xc3"),
+              "\xff"
+              "a\xc3");
     EXPECT_EQ(FoldNameFrozen("\u00d7\u0101\U00010400"), "\u00d7\u0101\U00010428") << "beside and between mapped characters";
 }
 
@@ -36,10 +39,10 @@ TEST(FoldNameFrozen, wholeTableIsPinned) {
 }
 
 const std::vector<String>& SortedTexts() {
-    static const std::vector<String> texts{
-        "",         "\x01",      "_x",       "a 1",      "a 01",      "a 2",         "a 10",      "a10",
-        "a\u0301",  "\u00e1",    "ab",       "Ab",       "b\u0300",   "chair 9",     "Chair 9",   "chair 10",
-        "z",        "\u00e4pfel", "\u00c4pfel", "zebra",   "\u6f22",    "\U0001F600", "a\u200b1",  "\ufffd"};
+    static const std::vector<String> texts{"",           "\x01",    "_x",      "a 1",        "a 01",     "a 2",
+                                           "a 10",       "a10",     "a\u0301", "\u00e1",     "ab",       "Ab",
+                                           "b\u0300",    "chair 9", "Chair 9", "chair 10",   "z",        "\u00e4pfel",
+                                           "\u00c4pfel", "zebra",   "\u6f22",  "\U0001F600", "a\u200b1", "\ufffd"};
     return texts;
 }
 
@@ -66,7 +69,8 @@ TEST(CompareText, displayOrderIsTotalAndThatOfTheSortKeys) {
     std::sort(sorted.begin(), sorted.end(),
               [](const String& a, const String& b) { return CompareText(a, b, COMPARE_MODE::DISPLAY) < 0; });
     for (std::size_t i = 0; i < sorted.size(); ++i) {
-        for (std::size_t k = i + 1; k < sorted.size(); ++k) EXPECT_LT(CompareText(sorted[i], sorted[k], COMPARE_MODE::DISPLAY), 0);
+        for (std::size_t k = i + 1; k < sorted.size(); ++k)
+            EXPECT_LT(CompareText(sorted[i], sorted[k], COMPARE_MODE::DISPLAY), 0);
     }
 }
 

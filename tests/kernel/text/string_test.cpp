@@ -40,9 +40,17 @@ TEST(String, partsAreClamped) {
         Int position, count;
         const char* part;
     };
-    const Row rows[] = {{1, 2, "\u00e4\u20ac"}, {3, -1, "\U0001F600z"}, {4, INT64_MAX, "z"}, {5, 1, ""}, {9, -1, ""},
-                        {-2, 3, "a"},           {-2, -1, "a\u00e4\u20ac\U0001F600z"},        {-2, 1, ""}, {0, 0, ""}};
-    for (const Row& row : rows) EXPECT_EQ(UMLAUTS.GetPart(row.position, row.count), String(row.part)) << row.position << "," << row.count;
+    const Row rows[] = {{1, 2, "\u00e4\u20ac"},
+                        {3, -1, "\U0001F600z"},
+                        {4, INT64_MAX, "z"},
+                        {5, 1, ""},
+                        {9, -1, ""},
+                        {-2, 3, "a"},
+                        {-2, -1, "a\u00e4\u20ac\U0001F600z"},
+                        {-2, 1, ""},
+                        {0, 0, ""}};
+    for (const Row& row : rows)
+        EXPECT_EQ(UMLAUTS.GetPart(row.position, row.count), String(row.part)) << row.position << "," << row.count;
     EXPECT_TRUE(UMLAUTS.GetPart(4).IsAscii()) << "a part knows that it is ASCII";
 }
 

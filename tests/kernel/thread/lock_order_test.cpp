@@ -26,7 +26,8 @@ TEST(LockOrderDeathTest, cyclesAreFoundThoughNoThreadEverWaited) {
     TakeBoth(first, second);
     TakeBoth(second, third);
     TakeBoth(first, third);
-    EXPECT_DEATH(TakeBoth(third, second), "\"test second\" is taken in an order.*\n.*this thread holds: test third\n.*test second > test third");
+    EXPECT_DEATH(TakeBoth(third, second),
+                 "\"test second\" is taken in an order.*\n.*this thread holds: test third\n.*test second > test third");
     EXPECT_DEATH(TakeBoth(otherThird, first), "test first > test third|test first > test second\n.*test second > test third")
         << "order is between classes, also through others";
 }

@@ -92,7 +92,8 @@ TEST(Registry, keepsOrderAndRefusesWhatIsTaken) {
     const Result<void> taken = registry.Register("a"_id, 9);
     ASSERT_TRUE(taken.IsError());
     EXPECT_TRUE(IllegalArgumentError::IsClassOf(taken.GetError()));
-    EXPECT_THAT(taken.GetError()->GetMessage(), testing::AllOf(testing::HasSubstr("\"a\""), testing::HasSubstr("net.talvo.registry.test")));
+    EXPECT_THAT(taken.GetError()->GetMessage(),
+                testing::AllOf(testing::HasSubstr("\"a\""), testing::HasSubstr("net.talvo.registry.test")));
     EXPECT_TRUE(registry.Register(Id(), 9).IsError());
     EXPECT_EQ(registry.FindEntryValue("a"_id), 2);
 
