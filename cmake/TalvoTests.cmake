@@ -11,7 +11,7 @@ function(talvo_select result pattern)
 endfunction()
 
 talvo_select(kernelTests "^tests/kernel/")
-talvo_select(talvoTests "^tests/talvo/")
+talvo_sources(talvoTests tests/talvo/*.cpp)  # with what runs the program
 talvo_select(concurrencyTests "^tests/concurrency/")
 # Whatever is not one of these is a test of the module.
 set(assetTests ${allTests})

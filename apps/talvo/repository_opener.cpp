@@ -12,11 +12,11 @@ namespace {
 
 Bool IsStandardName(const std::string& path) { return path == "user" || path == "app" || path == "builtin"; }
 
-Result<UpdatableAssetRepositoryRef> OpenOne(const std::string& path, Block<const AssetRepositoryRef> bases, MODE mode) {
+Result<UpdatableAssetRepositoryRef> OpenOne(const std::string& path, Block<const AssetRepositoryRef> bases) {
     const Url url = TRY(GetUrl(path));
-    // To open a folder for writing makes a repository of it; that is for `init` alone to do.
-    const Bool writable = mode == MODE::WRITE && IsRepository(url);
-    return AssetInterface::CreateRepositoryFromUrl(Id(), REPOSITORYTYPE_DATABASE, bases, url, writable, false, false);
+    // To open a folder for writing makes a repository of it; that is for `init` alone to do. A repository is opened for writing by commands
+    // that only read, too: else its derived values would be looked for at another place.
+    return AssetInterface::CreateRepositoryFromUrl(Id(), REPOSITORYTYPE_DATABASE, bases, url, IsRepository(url), false, false);
 }
 
 }  // namespace
@@ -32,13 +32,13 @@ Result<Url> GetUrl(const std::string& path) {
 
 Bool IsRepository(const Url& url) { return (url + REPOSITORY_IDENTIFIER_FILE).IoDetect() == IO_DETECT::FILE; }
 
-Result<UpdatableAssetRepositoryRef> Open(const std::string& path, const CommonOptions& options, MODE mode) {
+Result<UpdatableAssetRepositoryRef> Open(const std::string& path, const CommonOptions& options) {
     std::vector<AssetRepositoryRef> bases;
     for (const std::string& base : options.bases) {
-        AssetRepositoryRef repository = TRY(OpenOne(base, {}, MODE::READ));
+        AssetRepositoryRef repository = TRY(OpenOne(base, {}));
         bases.push_back(std::move(repository));
     }
-    return OpenOne(path, bases, mode);
+    return OpenOne(path, bases);
 }
 
 Result<void> Sync(const AssetRepositoryRef& repository, SYNC sync) {

@@ -8,12 +8,10 @@
 
 namespace talvo::RepositoryOpener {
 
-enum class MODE { READ, WRITE };
-
-/// Opens the repository at `path`; the repositories of `--base` stand behind it. READ changes nothing on the disk. A repository that is marked as
-/// read-only is opened with WRITE, too, and refuses changes itself.
+/// Opens the repository at `path`; the repositories of `--base` stand behind it. Opening stores nothing. One that is marked as read-only refuses
+/// changes itself.
 /// Errors: those of AssetInterface::CreateRepositoryFromUrl; UnresolvedError for a standard repository.
-Result<UpdatableAssetRepositoryRef> Open(const std::string& path, const CommonOptions& options, MODE mode);
+Result<UpdatableAssetRepositoryRef> Open(const std::string& path, const CommonOptions& options);
 /// The url of REPO. Errors: UnresolvedError for a standard repository.
 Result<Url> GetUrl(const std::string& path);
 /// True if there is a repository at `url`.

@@ -26,7 +26,7 @@ public:
         const UpdatableAssetRepositoryRef target = TRY(OpenTarget(options));
         const UpdatableAssetRepositoryRef source =
             TRY(IsTargetTheSource() ? Result<UpdatableAssetRepositoryRef>(target)
-                                    : RepositoryOpener::Open(_arguments.repository, options, RepositoryOpener::MODE::READ));
+                                    : RepositoryOpener::Open(_arguments.repository, options));
         const AssetDescription description =
             TRY(VersionSelector::Select(source, _arguments.id, _arguments.version, VersionSelector::SCOPE::WITH_BASES));
         const Id id = TRY(Id::Create(_id.value_or(_arguments.id)));
@@ -47,7 +47,7 @@ private:
     Result<UpdatableAssetRepositoryRef> OpenTarget(const CommonOptions& options) const {
         CommonOptions targetOptions = options;
         if (!IsTargetTheSource()) targetOptions.bases.clear();  // they belong to the source
-        return RepositoryOpener::Open(_target, targetOptions, RepositoryOpener::MODE::WRITE);
+        return RepositoryOpener::Open(_target, targetOptions);
     }
 
     VersionArguments _arguments;

@@ -16,7 +16,7 @@ public:
     void DeclareArguments(ArgumentList& arguments) override { _arguments.DeclareAsset(arguments); }
 
     Result<EXIT_CODE> Run(const CommonOptions& options, Output& output) override {
-        const AssetRepositoryRef repository = TRY(RepositoryOpener::Open(_arguments.repository, options, RepositoryOpener::MODE::WRITE));
+        const AssetRepositoryRef repository = TRY(RepositoryOpener::Open(_arguments.repository, options));
         const Id id = TRY(Id::Create(_arguments.id));
         Signals::StopAtSafePoint();
         const AssetDescription marker = TRY(repository->DeleteAsset(id));

@@ -35,7 +35,7 @@ public:
     }
 
     Result<EXIT_CODE> Run(const CommonOptions& options, Output& output) override {
-        const AssetRepositoryRef repository = TRY(RepositoryOpener::Open(_repository, options, RepositoryOpener::MODE::WRITE));
+        const AssetRepositoryRef repository = TRY(RepositoryOpener::Open(_repository, options));
         const Url root = TRY(RepositoryOpener::GetUrl(_repository));
         Signals::StopAtSafePoint();
         ImportWalk walk(root, _asOne ? ImportWalk::FOLDERS::AS_ONE : ImportWalk::FOLDERS::WALK, output);
@@ -79,10 +79,14 @@ private:
 
     static Result<void> WriteItem(Output& output, const ImportItem& item, const VersionRecord& record, ImportSums& sums) {
         sums.bytes += record.bytes.value_or(0);
-        if (!output.IsJson()) return output.WriteLine(FormatMessage("@  #@  @", record.id, record.key.counter, item.source));
-        DocumentValue::ObjectType object = record.ToJson();
-        object.emplace_back("source", MakeUtf8(item.source));
-        return output.WriteJson(DocumentValue(std::move(object)));
+        if (output.IsJson()) {
+            DocumentValue::ObjectType object = record.ToJson();
+            object.emplace_back("source", MakeUtf8(item.source));
+            TRY(output.WriteJson(DocumentValue(std::move(object))));
+        } else {
+            TRY(output.WriteLine(FormatMessage("@  #@  @", record.id, record.key.counter, item.source)));
+        }
+        return output.Flush();  // who reads along knows at once
     }
 
     static Result<EXIT_CODE> Report(const ImportSums& sums, const ImportWalk& walk, Output& output) {

@@ -22,7 +22,7 @@ public:
     }
 
     Result<EXIT_CODE> Run(const CommonOptions& options, Output& output) override {
-        const AssetRepositoryRef repository = TRY(RepositoryOpener::Open(_repository, options, RepositoryOpener::MODE::READ));
+        const AssetRepositoryRef repository = TRY(RepositoryOpener::Open(_repository, options));
         BaseArray<AssetDescription> found = TRY(Find(repository));
         const auto isBefore = [](const AssetDescription& a, const AssetDescription& b) {
             const auto order = a->GetIdAndVersion().first <=> b->GetIdAndVersion().first;

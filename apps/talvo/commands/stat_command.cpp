@@ -59,7 +59,7 @@ public:
     void DeclareArguments(ArgumentList& arguments) override { arguments.AddRequired("REPO", _path, REPO_HELP); }
 
     Result<EXIT_CODE> Run(const CommonOptions& options, Output& output) override {
-        const AssetRepositoryRef repository = TRY(RepositoryOpener::Open(_path, options, RepositoryOpener::MODE::READ));
+        const AssetRepositoryRef repository = TRY(RepositoryOpener::Open(_path, options));
         const CountsByType counts = TRY(CountByType(repository));
         Counts sum;
         for (const auto& [type, ofType] : counts) sum.Add(ofType);

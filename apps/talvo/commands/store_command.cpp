@@ -23,7 +23,7 @@ public:
     }
 
     Result<EXIT_CODE> Run(const CommonOptions& options, Output& output) override {
-        const AssetRepositoryRef repository = TRY(RepositoryOpener::Open(_arguments.repository, options, RepositoryOpener::MODE::WRITE));
+        const AssetRepositoryRef repository = TRY(RepositoryOpener::Open(_arguments.repository, options));
         const Url root = TRY(RepositoryOpener::GetUrl(_arguments.repository));
         ImportWalk walk(root, ImportWalk::FOLDERS::AS_ONE, output);
         walk.Add(_path);

@@ -37,7 +37,7 @@ struct OpenedVersion {
     /// To read: bases are searched, too.
     static Result<OpenedVersion> OpenToRead(const VersionArguments& arguments, const CommonOptions& options) {
         OpenedVersion opened;
-        opened.repository = TRY(RepositoryOpener::Open(arguments.repository, options, RepositoryOpener::MODE::READ));
+        opened.repository = TRY(RepositoryOpener::Open(arguments.repository, options));
         opened.description =
             TRY(VersionSelector::Select(opened.repository, arguments.id, arguments.version, VersionSelector::SCOPE::WITH_BASES));
         return opened;
@@ -45,7 +45,7 @@ struct OpenedVersion {
     /// To change: the version must lie in the repository itself.
     static Result<OpenedVersion> OpenToWrite(const VersionArguments& arguments, const CommonOptions& options) {
         OpenedVersion opened;
-        opened.repository = TRY(RepositoryOpener::Open(arguments.repository, options, RepositoryOpener::MODE::WRITE));
+        opened.repository = TRY(RepositoryOpener::Open(arguments.repository, options));
         opened.description =
             TRY(VersionSelector::Select(opened.repository, arguments.id, arguments.version, VersionSelector::SCOPE::REPOSITORY_ONLY));
         return opened;
