@@ -21,6 +21,19 @@ AssetDescription MakeBare(const AssetRepositoryRef& repository, const AssetDescr
     return Need(AssetDescription::Create(repository, std::move(parts)));
 }
 
+constexpr LiteralId EMPTY_TYPE{"net.talvo.test.assettype.empty"};
+
+/// A type that breaks its word: it loads nothing and calls that a success.
+class EmptyType final : public AssetTypeBase {
+public:
+    const Id& GetId() const override { return EMPTY_TYPE; }
+    const Id& GetAssetDataType() const override { return EMPTY_TYPE; }
+    Result<Asset> Load(const AssetRepositoryRef&, const AssetDescription&, const Url&, Bool) const override { return Asset(); }
+    Result<AssetStoreMetaData> Store(const Asset&, const Url&, const AssetHashStream&, std::string&) const override {
+        return AssetStoreMetaData();
+    }
+};
+
 }  // namespace
 
 TEST(AssetDescription, findsItsUrlOnceThroughTheRepository) {
@@ -90,6 +103,10 @@ TEST(AssetDescription, saysWhyItCanNotBeLoaded) {
     EXPECT_THAT(make(ASSETTYPE_NOTE, Url(), nullptr)->Load(false), FailsWith<IllegalStateError>("Empty Url for asset odd/1."));
     EXPECT_THAT(make(ASSETTYPE_NOTE, url, later)->Load(false),
                 FailsWith<IllegalStateError>("Asset not valid for this app version."));
+    Need(GetAssetTypes().Register(EMPTY_TYPE, AssetType(StrongRef<AssetTypeInterface>(new EmptyType))));
+    EXPECT_THAT(make(EMPTY_TYPE, url, nullptr)->Load(false),
+                FailsWith<UnexpectedError>("Assertion failed: Condition loaded not fulfilled. "));
+    Need(GetAssetTypes().EraseEntry(EMPTY_TYPE));
 }
 
 TEST(AssetDescription, isEqualByIdentityWhateverItsRepository) {

@@ -149,7 +149,7 @@ TEST(StoreTree, refusesTreesWithoutAnEnd) {
 
 namespace {
 
-/// A file that changes while it is read: it says one length and gives another.
+/// Files that change while they are read: each says that it has 100 bytes and gives as many as its name says.
 class ChangingFile final : public IoHandler {
 public:
     Id GetUrlScheme() const override { return "changing"_id; }
@@ -160,17 +160,20 @@ public:
 private:
     class Stream final : public InputStream {
     public:
+        explicit Stream(const Url& url) : _name(url.ToString()), _length(std::stoi(std::string(url.GetName()))) {}
         Int64 GetStreamLength() const override { return 100; }
         Int64 GetPosition() const override { return _position; }
         Result<void> Close() override { return OK; }
-        String GetName() const override { return "changing"; }
+        String GetName() const override { return _name; }
         Result<Int64> ReadEOS(Block<char> buffer) override {
-            const Int64 count = std::min<Int64>(60 - _position, Int64(buffer.size()));
+            const Int64 count = std::min<Int64>(_length - _position, Int64(buffer.size()));
             _position += count;
             return count;
         }
 
     private:
+        const String _name;
+        const Int64 _length;
         Int64 _position = 0;
     };
     class Connection final : public IoConnection {
@@ -178,7 +181,7 @@ private:
         explicit Connection(Url url) : _url(std::move(url)) {}
         Url GetUrl() const override { return _url; }
         IO_DETECT IoDetect() override { return IO_DETECT::FILE; }
-        Result<InputStreamRef> OpenInputStream() override { return InputStreamRef(StrongRef<Stream>::Create()); }
+        Result<InputStreamRef> OpenInputStream() override { return InputStreamRef(StrongRef<Stream>::Create(_url)); }
 
     private:
         const Url _url;
@@ -190,8 +193,12 @@ private:
 TEST(StoreTree, noticesAFileThatChangesWhileItIsRead) {
     Need(IoHandlers::Register(IoHandlerRef(StrongRef<ChangingFile>::Create())));
     std::string digest;
-    EXPECT_THAT(StoreTree(Url::Create("changing"_id, "", "/log.txt"), Url(), MakeHasher(), digest),
-                FailsWith<IoError>("log.txt"));
+    const auto store = [&](const char* path) {
+        return StoreTree(Url::Create("changing"_id, "", path), Url(), MakeHasher(), digest);
+    };
+    EXPECT_THAT(store("/log/60"), FailsWith<IoError>("log/60")) << "shorter than it was";
+    EXPECT_THAT(store("/log/140"), FailsWith<IoError>("log/140")) << "longer than it was";
+    EXPECT_THAT(store("/log/100"), Succeeds());
     IoHandlers::Unregister("changing"_id);
 }
 

@@ -1,4 +1,5 @@
 #include "asset_scheme/resolve_info.h"
+#include "assets/asset_repository_decorators.h"
 #include "contract/repository_contract.h"
 
 #include "kernel/io/connection.h"
@@ -224,6 +225,16 @@ TEST_P(RepositoryContract, metadataOutlivesItsRepositoryAsFarAsItWasRead) {
     EXPECT_THAT(Set(chair, "key", 2, 2), FailsWith<NullptrError>());
     EXPECT_FALSE(chair->GetRepository());
     EXPECT_EQ(chair->GetRepositoryId(), "repository"_id);
+}
+
+TEST_P(RepositoryContract, valuesAreReadFromRepositoriesWithABackendOnly) {
+    const auto repository = Create("repository");
+    const AssetRepositoryRef decorator(StrongRef<WeakAssetRepositoryDecorator>::Create(repository));
+    AssetMetaDataTable table;
+    Need(table.Insert(MakeMetaId("key"), AssetMetaDataEntry{Data(), KIND::PERSISTENT, false, 0}));
+    const AssetMetaData metaData =
+        Need(AssetMetaData::Create(decorator, ASSETTYPE_FILE, {"chair"_id, "1"_id}, Data(), std::move(table)));
+    EXPECT_THAT(metaData->Get(MakeMetaId("key")), FailsWith<IllegalStateError>("Repository has unsupported class "));
 }
 
 }  // namespace talvo

@@ -249,9 +249,10 @@ TEST_P(RepositoryContract, aCopyKeepsVersionIdAndContentOfItsSource) {
         EXPECT_EQ(ReadPayload(copy), "two");
         const AssetDescription within = Need(target->CopyAsset("seat"_id, copy, false, true));
         EXPECT_EQ(ReadPayload(within), "two") << "a version copied over itself";
+        EXPECT_EQ(ReadPayload(Need(target->CopyAsset("closed"_id, chair, true, false))), "two") << "files are never enciphered";
     }
     Reopen(target);
-    EXPECT_THAT(ListAll(target), ElementsAre("seat#1"));
+    EXPECT_THAT(ListAll(target), ElementsAre("closed#1", "seat#1"));
     EXPECT_EQ(FindLatest(target, "seat"_id)->GetIdAndVersion().second, chair->GetIdAndVersion().second);
     EXPECT_EQ(ReadPayload(FindLatest(target, "seat"_id)), "two");
 }
