@@ -34,7 +34,40 @@ public:
     }
 };
 
+constexpr LiteralId NESTED_TYPE{"net.talvo.test.assettype.nested"};
+
+/// A type that, while it loads a version, loads it once more: what happens when two threads load at once, in a fixed order.
+class NestedType final : public AssetTypeBase {
+public:
+    const Id& GetId() const override { return NESTED_TYPE; }
+    const Id& GetAssetDataType() const override { return NESTED_TYPE; }
+    Result<Asset> Load(const AssetRepositoryRef&, const AssetDescription& description, const Url&,
+                       Bool updateLinks) const override {
+        if (++calls == 1) inner = TRY(description->Load(updateLinks));
+        return MakeNote("text", {});
+    }
+    Result<AssetStoreMetaData> Store(const Asset&, const Url&, const AssetHashStream&, std::string&) const override {
+        return AssetStoreMetaData();
+    }
+    mutable Int calls = 0;
+    mutable Asset inner;
+};
+
 }  // namespace
+
+TEST(AssetDescription, ofTwoLoadsAtOnceTheFirstToEndIsTheAssetForBoth) {
+    const auto type = StrongRef<NestedType>::Create();
+    Need(GetAssetTypes().Register(NESTED_TYPE, AssetType(StrongRef<AssetTypeInterface>(type))));
+    AssetDescription::Parts parts;
+    parts.type = NESTED_TYPE;
+    parts.identity = {"nested"_id, "1"_id};
+    parts.url = Url::FromSystemPath("/anywhere");
+    const AssetDescription description = Need(AssetDescription::Create(nullptr, std::move(parts)));
+    EXPECT_EQ(Need(description->Load(false)), type->inner);
+    EXPECT_EQ(type->calls, 2);
+    EXPECT_EQ(Need(description->Load(false)), type->inner);
+    Need(GetAssetTypes().EraseEntry(NESTED_TYPE));
+}
 
 TEST(AssetDescription, findsItsUrlOnceThroughTheRepository) {
     auto repository = MakeRepository("repository"_id);

@@ -64,6 +64,21 @@ TEST_P(RepositoryContract, aClockSetBackHidesNothing) {
     EXPECT_EQ(Store(repository, "chair"_id, "three").GetVersionKey().time, 5000U);
 }
 
+TEST_P(RepositoryContract, aNumberIsGivenOutOnceEvenIfAnOlderOneIsNewerByTime) {
+    auto repository = Create("repository");
+    if (!CanReopen()) GTEST_SKIP() << "the order of versions changes only when they are loaded again";
+    {
+        const AssetDescription first = Store(repository, "chair"_id, "one");
+        Store(repository, "chair"_id, "two");
+        const UniversalDateTime later(Int64(first.GetVersionKey().time) + 1000000);
+        Need(first.StoreMetaData(InternedId(ASSETMETADATA::TIMESTAMP), Data(later), Kind(0x10007)));
+    }
+    Reopen(repository);
+    ASSERT_THAT(ListAll(repository), ElementsAre("chair#1", "chair#2"));
+    EXPECT_EQ(Store(repository, "chair"_id, "three").GetVersionKey().counter, 3U);
+    EXPECT_EQ(ReadPayload(FindLatest(repository, "chair"_id)), "three") << "and it is the newest";
+}
+
 TEST_P(RepositoryContract, equalContentStoredAgainIsAVersionOfItsOwn) {
     auto repository = Create("repository");
     Store(repository, "chair"_id, "same");
@@ -255,6 +270,9 @@ TEST_P(RepositoryContract, aCopyKeepsVersionIdAndContentOfItsSource) {
     EXPECT_THAT(ListAll(target), ElementsAre("closed#1", "seat#1"));
     EXPECT_EQ(FindLatest(target, "seat"_id)->GetIdAndVersion().second, chair->GetIdAndVersion().second);
     EXPECT_EQ(ReadPayload(FindLatest(target, "seat"_id)), "two");
+    EXPECT_EQ(Need(target->OverwriteAsset("seat"_id, File("new"), nullptr))->GetIdAndVersion().second,
+              chair->GetIdAndVersion().second)
+        << "the version id is that of what is replaced";
 }
 
 TEST_P(RepositoryContract, aReadOnlyRepositoryRefusesBeforeAnythingHappens) {
