@@ -144,7 +144,7 @@ Result<CommandLine::ACTION> CommandLine::Parse(int count, char** words) {
 
     if (help) return ACTION::SHOW_HELP;
     if (_showVersion && _named.empty()) return ACTION::SHOW_VERSION;
-    if (problem && _named.empty()) return HelpText::ExplainUnknownCommand(count, words, problem);
+    if (problem && !_command) return HelpText::ExplainUnknownCommand(count, words, _named, problem);
     if (problem) return problem;
     if (_showVersion) return WrongUsageError::Create("The command " + _named + " has no option --version.");
     if (_color) {

@@ -67,8 +67,7 @@ std::string FindSimilarCommand(std::string_view word) {
     std::string best;
     std::size_t bestEdits = 3;
     for (const auto& command : MakeAllCommands()) {
-        std::string name = command->GetWords().name;
-        name = name.substr(0, name.find(' '));
+        const std::string name = command->GetWords().name;
         const std::size_t edits = CountEdits(word, name);
         if (edits < bestEdits) {
             best = name;
@@ -116,18 +115,23 @@ std::string MakeGroupHelp(const std::string& group, const std::vector<CommandWor
     return text + "\n\"talvo COMMAND --help\" tells more about one of them.\n";
 }
 
-ErrorRef ExplainUnknownCommand(int count, char** words, const ErrorRef& problem) {
+ErrorRef ExplainUnknownCommand(int count, char** words, const std::string& group, const ErrorRef& problem) {
     const std::vector<std::string_view> takeValue{"--home", "--base", "--color"};
+    Bool isInGroup = group.empty();
     for (int i = 1; i < count; i++) {
         const std::string_view word = words[i];
         if (std::find(takeValue.begin(), takeValue.end(), word) != takeValue.end()) i++;
         if (word.starts_with("-")) continue;
-        const std::string similar = FindSimilarCommand(word);
-        return WrongUsageError::Create("There is no command \"" + std::string(word) + "\"." +
-                                       (similar.empty() ? "" : " Did you mean \"" + similar + "\"?"));
+        if (!isInGroup) {
+            isInGroup = word == group;
+            continue;
+        }
+        const std::string name = group.empty() ? std::string(word) : group + " " + std::string(word);
+        const std::string similar = FindSimilarCommand(name);
+        return WrongUsageError::Create("There is no command \"" + name + "\"." + (similar.empty() ? "" : " Did you mean \"" + similar + "\"?"));
     }
-    const Bool missing = count == 1;
-    return missing ? WrongUsageError::Create("A command is missing; \"talvo --help\" lists them.") : problem;
+    const Bool missing = count == 1 || !group.empty();
+    return missing ? WrongUsageError::Create("A command is missing; \"talvo " + (group.empty() ? "" : group + " ") + "--help\" lists them.") : problem;
 }
 
 }  // namespace talvo::HelpText

@@ -13,7 +13,7 @@ std::string MakeGroupUsage(const std::string& group);
 std::string MakeHelp(const CommandWords& words, const ArgumentList& arguments, const ArgumentList& common);
 /// The commands of the program, or of a group.
 std::string MakeGroupHelp(const std::string& group, const std::vector<CommandWords>& commands, const ArgumentList& common);
-/// What to say of a line that names no command. @param problem what the parser said.
-ErrorRef ExplainUnknownCommand(int count, char** words, const ErrorRef& problem);
+/// What to say of a line that names no command, but perhaps a group. @param problem what the parser said.
+ErrorRef ExplainUnknownCommand(int count, char** words, const std::string& group, const ErrorRef& problem);
 
 }  // namespace talvo::HelpText

@@ -1,7 +1,7 @@
 #include "apps/talvo/importer.h"
 
-#include "apps/talvo/new_asset_meta_data.h"
 #include "apps/talvo/signals.h"
+#include "apps/talvo/store_file.h"
 
 #include <chrono>
 
@@ -12,10 +12,12 @@ Importer::Importer(AssetRepositoryRef repository, const std::vector<ImportItem>&
 
 Result<AssetDescription> Importer::Store(const ImportItem& item) const {
     return CatchOutOfMemory([&]() -> Result<AssetDescription> {
-        const Id id = TRY(_options.id ? Result<Id>(*_options.id) : AssetInterface::MakeUuid("file", true));
-        const FileAsset asset = TRY(FileAsset::Create(item.url));
-        const AssetMetaData metaData = TRY(MakeNewAssetMetaData(_options.name ? _options.name : Opt<String>(item.name), {}));
-        return _repository->StoreAsset(id, Asset(asset), metaData);
+        FileToStore file;
+        file.id = TRY(_options.id ? Result<Id>(*_options.id) : AssetInterface::MakeUuid("file", true));
+        file.source = item.url;
+        file.sourceName = item.name;
+        file.name = _options.name;
+        return StoreFile(_repository, file);
     });
 }
 

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 
 namespace talvo::ValueParser {
 
@@ -46,13 +45,13 @@ struct NamedKind {
     ASSET_METADATA_KIND kind;
 };
 
-constexpr std::array<NamedKind, 6> KINDS{{
+// What a repository keeps. Any other kind would be gone when the program ends.
+constexpr std::array<NamedKind, 5> KINDS{{
     {"persistent", ASSET_METADATA_KIND(2)},
     {"versioned", ASSET_METADATA_KIND(6)},
     {"readonly", ASSET_METADATA_KIND(7)},
     {"derived", ASSET_METADATA_KIND(10)},
     {"user", ASSET_METADATA_KIND(18)},
-    {"none", ASSET_METADATA_KIND(0)},
 }};
 
 std::string JoinNames(const auto& named) {
@@ -107,15 +106,13 @@ Result<Data> ParseValue(const std::string& text, const Id& type) {
 
 Result<ASSET_METADATA_KIND> ParseKind(const std::string& text) {
     for (const NamedKind& named : KINDS) {
-        if (text == named.name) return named.kind;
+        if (text == named.name || text == std::to_string(UInt32(named.kind))) return named.kind;
     }
-    UInt32 number = 0;
-    const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (problem == std::errc() && end == text.data() + text.size()) return ASSET_METADATA_KIND(number);
-    return WrongUsageError::Create(FormatMessage("There is no kind \"@\" of metadata. Kinds are @, or a number.", text, ListKindNames()));
+    return WrongUsageError::Create(FormatMessage("There is no kind \"@\" of values that a repository keeps. Kinds are @.", text, ListKindNames()));
 }
 
 std::string GetKindName(ASSET_METADATA_KIND kind) {
+    if (kind == ASSET_METADATA_KIND::NONE) return "none";
     const auto found = std::find_if(KINDS.begin(), KINDS.end(), [&](const NamedKind& named) { return named.kind == kind; });
     return found == KINDS.end() ? std::to_string(UInt32(kind)) : std::string(found->name);
 }

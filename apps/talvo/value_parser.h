@@ -15,10 +15,10 @@ std::string GetTypeName(const Id& type);
 /// The value that `text` is as a `type`: texts as they stand, all else as JSON. Errors: WrongUsageError that says what the type expects.
 Result<Data> ParseValue(const std::string& text, const Id& type);
 
-/// "persistent", "versioned", "readonly", "derived", "user", "none", or a number.
+/// "persistent", "versioned", "readonly", "derived", "user", or the number of one of them.
 /// Errors: WrongUsageError with the names.
 Result<ASSET_METADATA_KIND> ParseKind(const std::string& text);
-/// The name of a kind, or its number.
+/// The name of a kind ("none" for what lives in memory only), or its number.
 std::string GetKindName(ASSET_METADATA_KIND kind);
 
 /// The short names, for the help.

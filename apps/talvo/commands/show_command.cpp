@@ -54,7 +54,7 @@ private:
         TRY(output.WriteLine("Id          " + std::string(record.id.GetView())));
         if (record.name) TRY(output.WriteLine("Name        " + record.name->GetCString()));
         TRY(output.WriteLine("Type        " + std::string(record.type.GetView())));
-        TRY(output.WriteLine(FormatMessage("Version     #@  @@", record.key.counter, record.version, record.deleted ? "  (deletion marker)" : "")));
+        TRY(output.WriteLine(FormatMessage("Version     #@  @{}@", record.key.counter, record.version, record.deleted ? "  (deletion marker)" : "")));
         const std::string time = TerminalText::FormatTime(UniversalDateTime(Int64(record.key.time)));
         if (!time.empty()) TRY(output.WriteLine("Time        " + time));
         if (record.bytes) TRY(output.WriteLine(FormatMessage("Size        @ (@ bytes)", TerminalText::FormatBytes(*record.bytes), *record.bytes)));

@@ -1,12 +1,15 @@
 #include "apps/talvo/commands/all_commands.h"
 #include "apps/talvo/commands/version_arguments.h"
 #include "apps/talvo/import_walk.h"
-#include "apps/talvo/new_asset_meta_data.h"
 #include "apps/talvo/signals.h"
+#include "apps/talvo/store_file.h"
 
 namespace talvo {
 
 namespace {
+
+// It tells one version from others, so that it stays with this one.
+constexpr ASSET_METADATA_KIND TAG_KIND = ASSET_METADATA_KIND::PERSISTENT | ASSET_METADATA_KIND::VERSIONED;
 
 class StoreCommand final : public Command {
 public:
@@ -31,24 +34,19 @@ public:
         const ImportItem& item = walk.GetItems().front();
 
         Signals::StopAtSafePoint();
-        const Id id = TRY(Id::Create(_arguments.id));
-        const FileAsset asset = TRY(FileAsset::Create(item.url));
-        const AssetMetaData metaData = TRY(MakeMetaData(repository, id, item));
-        const AssetDescription stored = TRY(_overwrite ? repository->OverwriteAsset(id, Asset(asset), metaData) : repository->StoreAsset(id, Asset(asset), metaData));
+        FileToStore file;
+        file.id = TRY(Id::Create(_arguments.id));
+        file.source = item.url;
+        file.sourceName = item.name;
+        file.place = _overwrite ? FileToStore::PLACE::OVER_NEWEST : FileToStore::PLACE::NEXT_VERSION;
+        const AssetDescription stored = TRY(StoreFile(repository, file));
+        if (_tag) TRY(stored.StoreMetaData(InternedId(ASSETMETADATA::VERSIONTAG), Data(String(*_tag)), TAG_KIND));
         TRY(RepositoryOpener::Sync(repository, RepositoryOpener::SYNC::IF_DURABLE));
         TRY(WriteStored(output, stored));
         return EXIT_CODE::DONE;
     }
 
 private:
-    // Later versions keep the name of the asset.
-    Result<AssetMetaData> MakeMetaData(const AssetRepositoryRef& repository, const Id& id, const ImportItem& item) const {
-        const ASSET_FIND_MODE mode = ASSET_FIND_MODE::LATEST | ASSET_FIND_MODE::WITHOUT_BASES | ASSET_FIND_MODE::WITH_DELETED;
-        const AssetDescription newest = TRY(repository->FindLatestAsset(Id(), id, Id(), mode));
-        const Opt<String> tag = _tag ? Opt<String>(*_tag) : Opt<String>();
-        return MakeNewAssetMetaData(newest && !newest->IsDeleted() ? Opt<String>() : Opt<String>(item.name), tag);
-    }
-
     VersionArguments _arguments;
     std::string _path;
     Bool _overwrite = false;
