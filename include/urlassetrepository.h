@@ -8,7 +8,7 @@ namespace talvo {
 /// Name of the file in the root that holds a repository's id. A directory without it is no repository.
 inline constexpr char REPOSITORY_IDENTIFIER_FILE[] = "databaseid";
 
-/// What a url repository offers beyond others; reach it with `Cast` or dynamic_cast.
+/// What a url repository offers beyond others; reach it with dynamic_cast from the repository.
 class UrlAssetRepositoryInterface {
 public:
     virtual ~UrlAssetRepositoryInterface() = default;

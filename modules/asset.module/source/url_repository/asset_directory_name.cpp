@@ -38,7 +38,7 @@ std::string FoldDirectoryName(std::string_view text) {
 }
 
 Bool IsReservedDirectoryName(std::string_view name) {
-    return name == "_index" || name == "version" || name == "databaseid" || name.starts_with("tmp-");
+    return name == INDEX_DIRECTORY_NAME || name == "version" || name == "databaseid" || name.starts_with("tmp-");
 }
 
 Result<std::string> MakeDirectoryName(const Id& id) {

@@ -16,7 +16,9 @@ std::string FoldDirectoryName(std::string_view text);
 Result<std::string> MakeDirectoryName(const Id& id);
 /// The name where another id has the folded one: `_<first 200 bytes of the folded text>-<8 hexadecimal digits of the id's SHA-256>`.
 Result<std::string> MakeHashedDirectoryName(const Id& id);
-/// Whether a directory of this name at the root of a repository is never an asset's.
+/// The directory of index files at the root of a repository; never an asset's.
+inline constexpr const char* INDEX_DIRECTORY_NAME = "_index";
+/// Whether no asset is given a directory of this name; others may have.
 Bool IsReservedDirectoryName(std::string_view name);
 
 }  // namespace talvo

@@ -1,4 +1,5 @@
 // Removing a version, and an asset without versions.
+#include "kernel/app/log.h"
 #include "url_repository/tree_access.h"
 #include "url_repository/url_asset_repository.h"
 
@@ -65,20 +66,18 @@ Result<void> UrlAssetRepositoryImpl::EraseImpl(const AssetDescription&, const Da
     return OK;
 }
 
-Result<Bool> UrlAssetRepositoryImpl::HandleAssetErasedCompletely(const Id&, const Data& adata) {
+// The versions are gone already, so a failure here is no failure of the erase: an empty asset is left, on disk as in memory.
+Result<Bool> UrlAssetRepositoryImpl::HandleAssetErasedCompletely(const Id& aid, const Data& adata) {
     CHECK_STATE(IsWritable(), "_writable");
     const UrlAssetData asset = TRY(adata.Get<UrlAssetData>());
-    Url hidden;
-    {
-        const RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_lock));
-        if (asset.url.IoDetect() == IO_DETECT::NOT_THERE) return true;
-        const Bool inUse = TRY(IsInUse(asset.url));
-        if (inUse) return false;
-        hidden = TRY(HideDirectory(asset.url));
-        TRY(SyncNames(GetRoot()));
+    Result<Opt<Url>> hidden = HideAsset(asset.url);
+    if (hidden.IsError()) {
+        Log(LOG_LEVEL::WARNING, "Asset @ stays known, without versions: @", aid, hidden.GetError()->GetMessage());
+        return false;
     }
+    if (!hidden.GetValue()) return asset.url.IoDetect() == IO_DETECT::NOT_THERE;
     NoteChange();
-    DeleteHidden(GetRoot(), hidden);
+    DeleteHidden(GetRoot(), *hidden.GetValue());
     // Only empty ones: in a tree that repositories share another one may have values of an asset with this id.
     for (const Url& tree : GetSideTrees()) {
         const Url side = tree + asset.url.GetName();
@@ -86,6 +85,18 @@ Result<Bool> UrlAssetRepositoryImpl::HandleAssetErasedCompletely(const Id&, cons
         if (left.IsOk() && left.GetValue().IsEmpty()) DeleteHidden(tree, side);
     }
     return true;
+}
+
+/// Nothing if the directory isn't there, or other processes have versions in it.
+Result<Opt<Url>> UrlAssetRepositoryImpl::HideAsset(const Url& directory) {
+    const RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_lock));
+    if (directory.IoDetect() == IO_DETECT::NOT_THERE) return Opt<Url>();
+    const Bool inUse = TRY(IsInUse(directory));
+    if (inUse) return Opt<Url>();
+    Url hidden = TRY(HideDirectory(directory));
+    const Result<void> synced = SyncNames(GetRoot());
+    if (synced.IsError()) Log(LOG_LEVEL::WARNING, "@ may come back after a loss of power: @", directory, synced.GetError()->GetMessage());
+    return Opt<Url>(std::move(hidden));
 }
 
 }  // namespace talvo

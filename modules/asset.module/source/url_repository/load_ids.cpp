@@ -33,8 +33,10 @@ Result<void> UrlAssetRepositoryImpl::LoadExistingIdsImpl(AssetIdReceiver receive
     for (const IoEntry& entry : entries) {
         if (Job::IsCurrentCancelled()) return OperationCancelledError::Create();
         if (entry.kind != IO_DETECT::DIRECTORY) continue;
-        if (entry.name == "_index") _hasIndex.store(true, std::memory_order_release);
-        if (IsReservedDirectoryName(entry.name)) continue;
+        if (entry.name == INDEX_DIRECTORY_NAME) {
+            _hasIndex.store(true, std::memory_order_release);
+            continue;
+        }
         Url directory = GetRoot() + entry.name;
         // A directory that names no asset is none of ours, or damaged: the others stand.
         const Opt<AssetInfo> info = ReadAssetInfo(directory);

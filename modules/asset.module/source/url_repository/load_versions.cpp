@@ -66,7 +66,7 @@ Result<Opt<UrlAssetRepositoryImpl::LoadedVersion>> UrlAssetRepositoryImpl::LoadV
     for (const Url& tree : GetSideTrees()) {
         const Url directory = GetSideDirectory(tree, loaded.directory);
         const VersionContent side = TRY(ScanVersionDirectory(directory));
-        TRY(AddMetaData(aid, directory, side, tree == _places.user ? KIND::USER : KIND::NONE, loaded));
+        TRY(AddMetaData(aid, directory, side, tree == _places.user ? KIND::USER : KIND::DERIVED, loaded));
     }
     return Opt<LoadedVersion>(std::move(loaded));
 }
@@ -105,8 +105,10 @@ Result<Id> UrlAssetRepositoryImpl::ComputeVersionId(const Url& versionDirectory,
 Result<void> UrlAssetRepositoryImpl::AddMetaData(const Id& aid, const Url& directory, const VersionContent& content, KIND tree,
                                                  LoadedVersion& loaded) {
     for (const auto& [name, meaning] : content.metaData) {
+        // The side trees hold nothing but their own kind.
         const KIND kind = meaning.kind | tree;
-        if (!IsStorableKind(kind)) continue;
+        const Bool isForeign = tree == KIND::DERIVED && kind != meaning.kind;
+        if (isForeign || !IsStorableKind(kind)) continue;
         const Id key = TRY(Id::Create(meaning.key));
         const InternedId id(key);
         // The first one counts: the repository's own before the side trees, a document before a file.

@@ -11,8 +11,6 @@ namespace talvo {
 
 namespace {
 
-constexpr const char* INDEX_NAME = "_index";
-
 Result<void> SyncFileSystem(const Url& directory) {
     if (directory.GetScheme() != URLSCHEME_FILESYSTEM || directory.IoDetect() != IO_DETECT::DIRECTORY) return OK;
     const std::string path = TRY(directory.GetSystemPath());
@@ -84,7 +82,7 @@ Result<void> UrlAssetRepositoryImpl::Sync() {
 
 Result<void> UrlAssetRepositoryImpl::DeleteIndexFiles() {
     if (!_hasIndex.exchange(false, std::memory_order_acq_rel)) return OK;
-    const Url index = GetRoot() + INDEX_NAME;
+    const Url index = GetRoot() + INDEX_DIRECTORY_NAME;
     Result<Url> hidden = HideDirectory(index);
     if (hidden.IsError()) {
         if (index.IoDetect() == IO_DETECT::NOT_THERE) return OK;

@@ -84,6 +84,7 @@ private:
     Result<void> PublishSideTrees(const Url& hidden, const StagedVersion& staged, std::vector<SideTreeMove>& moves);
     Result<void> PublishSideTree(const Url& tree, const Url& hidden, const StagedVersion& staged, std::vector<SideTreeMove>& moves);
     void TakeBack(const std::vector<SideTreeMove>& moves);
+    Result<Opt<Url>> HideAsset(const Url& directory);
 
     // Metadata
     /// The directory for values of `kind`, which need not exist. Nothing where this repository has no tree for them.

@@ -76,7 +76,7 @@ Result<std::vector<Url>> FindDirectories(const Url& root) {
     const BaseArray<IoEntry> entries = TRY(BrowseTree(root));
     std::vector<Url> directories;
     for (const IoEntry& entry : entries) {
-        if (entry.kind == IO_DETECT::DIRECTORY && !IsReservedDirectoryName(entry.name)) directories.push_back(root + entry.name);
+        if (entry.kind == IO_DETECT::DIRECTORY && entry.name != INDEX_DIRECTORY_NAME) directories.push_back(root + entry.name);
     }
     return directories;
 }

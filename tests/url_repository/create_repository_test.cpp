@@ -1,0 +1,136 @@
+// Opening and making repositories: what is refused, with which words, and what is protected.
+#include "asset_impl/config.h"
+#include "url_repository/url_repository_fixture.h"
+
+namespace talvo {
+namespace {
+
+using testing::StartsWith;
+
+class CreateRepository : public UrlRepositoryTest {
+protected:
+    static Result<UpdatableAssetRepositoryRef> Create(const Url& url, std::string_view id, ACCESS access,
+                                                      const Id& type = REPOSITORYTYPE_DATABASE) {
+        const Id rid = id.empty() ? Id() : MakeId(id);
+        return AssetInterface::CreateRepositoryFromUrl(rid, type, {}, url, access == ACCESS::WRITABLE, false, false);
+    }
+};
+
+TEST_F(CreateRepository, RefusesWhatIsNoRepository) {
+    _scratch.Write("file", "x");
+    const std::string none = "The repository at path " + _scratch / "repo" + " has no identifier, so this is not a valid repository path.";
+    EXPECT_THAT(Create(_scratch.GetUrl() + "file", "", ACCESS::WRITABLE),
+                FailsWith<IllegalArgumentError>(_scratch / "file" + " doesn't point to a directory."));
+    EXPECT_THAT(Create(_scratch.GetUrl() + "missing", "", ACCESS::WRITABLE), FailsWith<IllegalArgumentError>(" doesn't point to a directory."));
+    EXPECT_THAT(Create(GetRoot(), "", ACCESS::READ_ONLY), FailsWith<IllegalStateError>(none));
+    EXPECT_THAT(Create(GetRoot(), "", ACCESS::WRITABLE, "other"_id),
+                FailsWith<IllegalArgumentError>("Undefined repository type for url: " + _scratch / "repo"));
+    EXPECT_THAT(Create(GetRoot(), "", ACCESS::WRITABLE, REPOSITORYTYPE_WATCHFOLDER), FailsWith<UnsupportedOperationError>("watch folders"));
+    EXPECT_THAT(Create(GetRoot(), "a\tb", ACCESS::WRITABLE), FailsWith<IllegalArgumentError>("control character"));
+    EXPECT_EQ(_scratch.List("repo"), "");
+    _scratch.Write("repo/databaseid", "theirs");
+    EXPECT_THAT(Create(GetRoot(), "mine", ACCESS::READ_ONLY), FailsWith<IllegalStateError>(none));
+}
+
+TEST_F(CreateRepository, MakesAnIdentifierWhereThereIsNone) {
+    const auto repository = Need(Create(GetRoot(), "", ACCESS::WRITABLE));
+    const std::string id = _scratch.Read("repo/databaseid");
+    EXPECT_THAT(id, StartsWith("database_"));
+    EXPECT_EQ(id.size(), std::string("database_").size() + 32);
+    EXPECT_EQ(ToText(repository->GetId()), id);
+    EXPECT_EQ(_scratch.List("repo"), "databaseid");
+    EXPECT_EQ(ToText(Need(Create(GetRoot(), "", ACCESS::READ_ONLY))->GetId()), id);
+}
+
+TEST_F(CreateRepository, ReadsIdentifiersAsPeopleWriteThem) {
+    for (const char* text : {"an id", "an id\n", "an id\r\n"}) {
+        _scratch.Write("repo/databaseid", text);
+        EXPECT_EQ(Need(Create(GetRoot(), "", ACCESS::READ_ONLY))->GetId(), "an id"_id) << text;
+    }
+    _scratch.Write("repo/databaseid", "");
+    EXPECT_EQ(Need(Create(GetRoot(), "fresh", ACCESS::WRITABLE))->GetId(), "fresh"_id);
+    EXPECT_EQ(_scratch.Read("repo/databaseid"), "fresh");
+}
+
+TEST_F(CreateRepository, ADamagedIdentifierIsAnErrorThatNamesTheFile) {
+    for (const std::string& text : {std::string("two\nlines"), std::string("tab\there"), std::string("zero\0byte", 9)}) {
+        _scratch.Write("repo/databaseid", text);
+        EXPECT_THAT(Create(GetRoot(), "", ACCESS::WRITABLE), FailsWith<FileFormatError>(_scratch / "repo/databaseid"));
+        EXPECT_EQ(_scratch.Read("repo/databaseid"), text);
+    }
+    Remove("repo/databaseid");
+    MakeFifo("repo/databaseid");
+    EXPECT_THAT(Create(GetRoot(), "x", ACCESS::WRITABLE), FailsWith<IoError>(_scratch / "repo/databaseid"));
+}
+
+TEST_F(CreateRepository, AReadOnlyIdentifierProtectsTheRepository) {
+    _scratch.Write("repo/databaseid", "theirs");
+    Need(Need((GetRoot() + "databaseid").OpenConnection())->IoSetAttributes(1, 1));
+    EXPECT_FALSE(Need(Create(GetRoot(), "", ACCESS::WRITABLE))->IsWritable());
+    EXPECT_THAT(Create(GetRoot(), "mine", ACCESS::WRITABLE), FailsWith<IllegalStateError>("has no identifier"));
+    EXPECT_EQ(_scratch.Read("repo/databaseid"), "theirs");
+    g_applicationRepositoryWritable.Set(true);
+    EXPECT_TRUE(Need(Create(GetRoot(), "", ACCESS::WRITABLE))->IsWritable());
+    g_applicationRepositoryWritable.Set(false);
+}
+
+TEST_F(CreateRepository, AnotherIdTakesTheDirectoryOver) {
+    _scratch.Write("repo/databaseid", "old");
+    EXPECT_EQ(Need(Create(GetRoot(), "new", ACCESS::WRITABLE))->GetId(), "new"_id);
+    EXPECT_EQ(_scratch.Read("repo/databaseid"), "new");
+}
+
+TEST_F(CreateRepository, TheDerivedTreeGoesWhereItWasAskedFor) {
+    const struct {
+        ACCESS access;
+        Bool inPrefs;
+        Bool temporary;
+        const char* file;
+        const char* why;
+    } cases[] = {
+        {ACCESS::WRITABLE, false, false, "repo/a/1/fast.derived", "below the root"},
+        {ACCESS::WRITABLE, true, false, "home/generated/net.talvo.asset/dc/repo/a/1/fast.derived", "in the generated files"},
+        {ACCESS::READ_ONLY, false, false, "home/generated/net.talvo.asset/dc/repo/a/1/fast.derived", "there too, if the root can't be written"},
+        {ACCESS::READ_ONLY, false, true, "", "nowhere"},
+        {ACCESS::WRITABLE, true, true, "home/generated/net.talvo.asset/dc/repo/a/1/fast.derived", "a temporary one that is writable has a place"},
+    };
+    {
+        Store(Open(), "a", "x");
+    }
+    for (const auto& each : cases) {
+        Remove("home");
+        Remove("repo/a/1/fast.derived");
+        const auto repository = Need(AssetInterface::CreateRepositoryFromUrl(Id(), REPOSITORYTYPE_DATABASE, {}, GetRoot(),
+                                                                             each.access == ACCESS::WRITABLE, each.inPrefs, each.temporary));
+        const Result<void> stored = repository->StoreMetaData(FindLatest(repository, MakeId("a")), MakeMetaId("fast"), Data(String("1")),
+                                                              KIND::PERSISTENT | KIND::DERIVED);
+        if (*each.file) {
+            EXPECT_THAT(stored, Succeeds()) << each.why;
+            EXPECT_NE(_scratch.Read(each.file), "(missing)") << each.why;
+        } else {
+            EXPECT_THAT(stored, FailsWith<UnsupportedOperationError>("Asset repository repo doesn't support to store derived meta data."));
+        }
+    }
+}
+
+TEST_F(CreateRepository, TellsWhereItIsAndWhatItIsCalled) {
+    Url root = GetRoot();
+    root.SetData(URLFLAGS::ORIGINURL, Data(_scratch.GetUrl() + "origin"));
+    const auto repository = Need(Create(root, "repo", ACCESS::WRITABLE));
+    auto& onUrl = As<UrlAssetRepositoryInterface>(repository);
+    EXPECT_EQ(onUrl.GetUrl(false), GetRoot());
+    EXPECT_EQ(onUrl.GetUrl(true), _scratch.GetUrl() + "origin");
+    const AssetDescription asset = Store(repository, "a", "x");
+    EXPECT_EQ(Need(onUrl.GetVersionDirectory(asset)), GetRoot() + "a" + "1");
+    _scratch.MakeFolder("other");
+    const auto other = Need(Create(_scratch.GetUrl() + "other", "other", ACCESS::WRITABLE));
+    EXPECT_THAT(onUrl.GetVersionDirectory(Store(other, "a", "x")), FailsWith<IllegalArgumentError>("no version of repository repo"));
+    _scratch.MakeFolder("scene");
+    const auto scene = Need(AssetInterface::CreateRepositoryFromUrl(REPOSITORY_SCENE, REPOSITORYTYPE_DATABASE, {}, _scratch.GetUrl() + "scene",
+                                                                    true, false, true));
+    Need(scene->SetRepositoryName("My scene", LanguageRef()));
+    EXPECT_EQ(Need(scene->GetRepositoryName(LanguageRef(), false)), String("My scene"));
+}
+
+}  // namespace
+}  // namespace talvo
