@@ -68,6 +68,7 @@ public:
 
     /// A link is a value: two of one content are one, also as values in tables.
     friend Bool operator==(const AssetLink& first, const AssetLink& second) { return first.IsEqual(second); }
+    /// As GetHashCode.
     template <typename H>
     friend H AbslHashValue(H state, const AssetLink& link) {
         return H::combine(std::move(state), link.GetHashCode());
