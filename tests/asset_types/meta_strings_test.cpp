@@ -89,6 +89,14 @@ TEST_F(MetaStringsTest, textsFollowTheAssetToItsNextVersion) {
     EXPECT_EQ(Get(NAME), "Stuhl");
 }
 
+TEST_F(MetaStringsTest, anAssetIsNeverNamedAfterOneOfTheSameIdElsewhere) {
+    const auto other = Need(MemoryAssetRepository::Create("other"_id, {}, MemoryAssetRepository::ACCESS::WRITABLE));
+    const AssetDescription namesake = Need(other->StoreAsset("note"_id, MakeNote("text", {}), nullptr));
+    Need(_note->StoreMetaString(NAME, "Stuhl", GetLanguage("en"_id)));
+    EXPECT_EQ(ToText(Need(namesake->GetMetaString(NAME, nullptr, ""))), "note");
+    EXPECT_EQ(Get(NAME), "Stuhl");
+}
+
 TEST_F(MetaStringsTest, changesOfTextsAreTold) {
     std::vector<std::string> told;
     auto& observable = DataDescriptionDefinitionDatabase::ObservableUpdated();

@@ -66,7 +66,10 @@ Result<DerivedAssetRepositoryDataRef> RepositoryBase::GetCachedData(const Data& 
 
 Result<DataDescription> RepositoryBase::LoadDescription(const Id& category, LanguageRef language, const AssetIdentifier& asset) {
     if (!asset) return NullptrError::Create("A description was asked for without an asset.");
-    return LoadDescription(category, language, asset->GetIdAndVersion().first);
+    // Another repository may hold an asset of the same id, so the own database is asked first.
+    const Result<Id> databaseId = GetDescriptionDatabaseId();
+    return DataDescriptionDatabase::LoadDescription(category, language, asset->GetIdAndVersion(),
+                                                    databaseId.IsOk() ? databaseId.GetValue() : Id());
 }
 
 Result<DataDescription> RepositoryBase::LoadDescription(const Id& category, LanguageRef language, const Id& dataType) {
