@@ -3,6 +3,10 @@ include(GoogleTest)
 
 talvo_sources(allTests tests/*_test.cpp)
 talvo_sources(supportSources tests/support/*.cpp)
+# What tests of the module share lies apart: some linkers take in whole files of a library for any symbol of theirs.
+set(assetSupportSources ${supportSources})
+list(FILTER assetSupportSources INCLUDE REGEX "/asset_")
+list(FILTER supportSources EXCLUDE REGEX "/asset_")
 
 function(talvo_select result pattern)
     set(selected ${allTests})
@@ -28,11 +32,16 @@ endif()
 target_precompile_headers(talvo_test_pch PRIVATE ${PROJECT_SOURCE_DIR}/cmake/pch_test.h)
 
 if(supportSources AND TARGET talvo_kernel)
-    # Not linked to the module, so that tests of the kernel don't wait for it: each binary takes what it uses from here.
+    # Not linked to the module, so that tests of the kernel don't wait for it.
     add_library(talvo_test_support STATIC EXCLUDE_FROM_ALL ${supportSources})
     target_include_directories(talvo_test_support PUBLIC ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/include)
     target_link_libraries(talvo_test_support PUBLIC GTest::gmock talvo_kernel)
     target_precompile_headers(talvo_test_support REUSE_FROM talvo_test_pch)
+    if(assetSupportSources AND TARGET talvo_assets)
+        add_library(talvo_asset_test_support STATIC EXCLUDE_FROM_ALL ${assetSupportSources})
+        target_link_libraries(talvo_asset_test_support PUBLIC talvo_test_support talvo_assets)
+        target_precompile_headers(talvo_asset_test_support REUSE_FROM talvo_test_pch)
+    endif()
 endif()
 
 # talvo_test_binary(NAME LIBRARY TEST...): builds NAME and lists each of its cases with ctest, which starts them one by one.
@@ -41,6 +50,9 @@ function(talvo_test_binary name library)
         return()
     endif()
     add_executable(${name} ${ARGN})
+    if(${library} STREQUAL talvo_assets AND TARGET talvo_asset_test_support)
+        target_link_libraries(${name} PRIVATE talvo_asset_test_support)
+    endif()
     if(TARGET talvo_test_support)
         target_link_libraries(${name} PRIVATE talvo_test_support)
     endif()

@@ -14,13 +14,13 @@ namespace {
 
 constexpr mode_t OTHERS_WRITE = 0022;
 
-/// The permissions of the file that is to be replaced, or `newMode` where there is none.
-Result<mode_t> ChooseMode(const std::string& path, mode_t newMode) {
+/// The permissions of the file that is to be replaced; nothing where there is none.
+Result<Opt<mode_t>> GetOldMode(const std::string& path) {
     const auto old = PosixFiles::Stat(path, LINKS::REFUSE);
-    if (old.error == ENOENT) return newMode;
+    if (old.error == ENOENT) return Opt<mode_t>();
     TRY(CheckFile(old.error, "write", path));
     if (S_ISDIR(old.value.st_mode)) return MakeFileError("write", path, EISDIR);
-    return S_ISREG(old.value.st_mode) ? mode_t(old.value.st_mode & 0777) : newMode;
+    return S_ISREG(old.value.st_mode) ? Opt<mode_t>(old.value.st_mode & 0777) : Opt<mode_t>();
 }
 
 }  // namespace
@@ -36,15 +36,14 @@ Result<std::string> MakeHiddenName() {
 }
 
 Result<ReplacingFile> ReplacingFile::Create(std::string path, mode_t newMode) {
-    const mode_t mode = TRY(ChooseMode(path, newMode));
+    const Opt<mode_t> oldMode = TRY(GetOldMode(path));
     const std::string name = TRY(MakeHiddenName());
     std::string hiddenPath = path.substr(0, path.rfind('/') + 1) + name;
-    auto created = PosixFiles::Create(hiddenPath, mode);
+    auto created = PosixFiles::Create(hiddenPath, oldMode.value_or(newMode));
     TRY(CheckFile(created.error, "write", path));
     ReplacingFile file(std::move(path), std::move(hiddenPath), std::move(created.value));
     // What the process's mask takes from new files must not be taken from an old one that was opened to others on purpose.
-    const Bool isOld = mode != newMode;
-    if (isOld && (mode & OTHERS_WRITE) != 0) TRY(CheckFile(PosixFiles::SetMode(file._hiddenPath, mode), "write", file._path));
+    if (oldMode && (*oldMode & OTHERS_WRITE) != 0) TRY(CheckFile(PosixFiles::SetMode(file._hiddenPath, *oldMode), "write", file._path));
     return file;
 }
 
