@@ -50,7 +50,7 @@ Result<T> Data::Get() const {
 template <typename T, typename U>
 void Data::Emplace(U&& value) {
     const DataType type = talvo::GetDataType<T>();
-    if (type->fitsInline) {
+    if constexpr (detail::FITS_INLINE<T>) {
         new (static_cast<void*>(_inline)) T(std::forward<U>(value));
     } else {
         struct Guard {

@@ -15,6 +15,10 @@ template <typename T>
 concept HasEquality = requires(const T& value) {
     { value == value } -> std::convertible_to<Bool>;
 };
+/// Known to the compiler too, so that it never looks at a large value as if it lay in place.
+template <typename T>
+inline constexpr Bool FITS_INLINE =
+    sizeof(T) <= 16 && alignof(T) <= 8 && std::is_nothrow_move_constructible_v<T> && HasEquality<T>;
 template <typename T>
 concept HasOrder = requires(const T& value) {
     { value <=> value } -> std::convertible_to<std::partial_ordering>;
@@ -72,7 +76,7 @@ DataTypeInfo MakeTypeInfo() {
     info.id = DataTraits<T>::ID;
     info.size = sizeof(T);
     info.alignment = alignof(T);
-    info.fitsInline = sizeof(T) <= 16 && alignof(T) <= 8 && std::is_nothrow_move_constructible_v<T> && HasEquality<T>;
+    info.fitsInline = FITS_INLINE<T>;
     info.copy = [](void* target, const void* source) { new (target) T(*static_cast<const T*>(source)); };
     info.move = [](void* target, void* source) { new (target) T(std::move(*static_cast<T*>(source))); };
     info.destroy = [](void* value) { static_cast<T*>(value)->~T(); };
