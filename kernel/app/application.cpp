@@ -131,7 +131,8 @@ Result<Url> GetKindDirectory(const Url& home, APPLICATION_DIRECTORY kind) {
 /// An owner's id is one component, wherever it came from.
 Result<void> CheckOwner(const Id& owner) {
     const std::string_view text = owner.GetView();
-    if (!text.empty() && text.front() != '.' && text.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos) return OK;
+    if (!text.empty() && text.front() != '.' && text.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos)
+        return OK;
     return IllegalArgumentError::Create(FormatMessage("\"@\" can't own directories. Use a module's id.", owner));
 }
 

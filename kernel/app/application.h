@@ -7,17 +7,17 @@ namespace talvo {
 
 enum class APPLICATION_DIRECTORY : Int32 {
     TEMPORARY = 5,
-    GENERATED = 6,             ///< writable, made by the program
+    GENERATED = 6,  ///< writable, made by the program
     PREFERENCES = 7,
-    MODULE_RESOURCES = 14,     ///< read only, installed
-    APPLICATION_RESOURCES = 15 ///< read only, installed
+    MODULE_RESOURCES = 14,      ///< read only, installed
+    APPLICATION_RESOURCES = 15  ///< read only, installed
 };
 
 namespace Application {
 
 struct Version {
-    Int32 number = 0;   ///< thousandths: 1025 is version 1.025
-    CString build;      ///< identifier of the build
+    Int32 number = 0;  ///< thousandths: 1025 is version 1.025
+    CString build;     ///< identifier of the build
 };
 
 /// Errors: none in a build of ours; hosts may replace it by SetVersion.

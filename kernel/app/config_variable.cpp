@@ -66,7 +66,8 @@ Bool GetInitialValue(std::string_view name, Bool defaultValue) {
 }
 
 ConfigVariable* FindVariable(const std::vector<ConfigVariable*>& all, std::string_view name) {
-    const auto found = std::find_if(all.begin(), all.end(), [&](const ConfigVariable* variable) { return variable->GetName() == name; });
+    const auto found =
+        std::find_if(all.begin(), all.end(), [&](const ConfigVariable* variable) { return variable->GetName() == name; });
     return found == all.end() ? nullptr : *found;
 }
 
@@ -86,9 +87,8 @@ ConfigVariable::~ConfigVariable() {
 std::vector<ConfigVariable*> ConfigVariable::GetAll() {
     const std::scoped_lock lock(GetVariables().mutex);
     std::vector<ConfigVariable*> all = GetVariables().all;
-    std::sort(all.begin(), all.end(), [](const auto* first, const auto* second) {
-        return std::string_view(first->GetName()) < second->GetName();
-    });
+    std::sort(all.begin(), all.end(),
+              [](const auto* first, const auto* second) { return std::string_view(first->GetName()) < second->GetName(); });
     return all;
 }
 
@@ -97,7 +97,8 @@ Result<void> ConfigVariable::SetFromText(std::string_view text) {
     const std::vector<ConfigVariable*> all = GetAll();
     for (const Assignment& assignment : assignments) {
         if (FindVariable(all, assignment.first)) continue;
-        return IllegalArgumentError::Create(FormatMessage("There is no configuration variable \"@\".", MakeUtf8(assignment.first)));
+        return IllegalArgumentError::Create(
+            FormatMessage("There is no configuration variable \"@\".", MakeUtf8(assignment.first)));
     }
     for (const Assignment& assignment : assignments) FindVariable(all, assignment.first)->Set(assignment.second);
     return OK;

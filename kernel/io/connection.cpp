@@ -11,7 +11,8 @@ namespace talvo {
 namespace {
 
 ErrorRef MakeUnsupported(const char* operation, const Url& url, SourceLocation location = SourceLocation::Current()) {
-    return UnsupportedOperationError::Create(FormatMessage("Can't @ @: urls of this kind don't offer it.", operation, url), location);
+    return UnsupportedOperationError::Create(FormatMessage("Can't @ @: urls of this kind don't offer it.", operation, url),
+                                             location);
 }
 
 struct HandlerTable {
@@ -56,12 +57,15 @@ Result<void> IoHandlers::Register(IoHandlerRef handler) {
     if (!handler) return NullptrError::Create("A handler of urls is null.");
     const Id scheme = handler->GetUrlScheme();
     if (GetHandlers().Find(scheme)) {
-        return IllegalStateError::Create(FormatMessage("Urls of the scheme @ have a handler already. Unregister that first.", scheme));
+        return IllegalStateError::Create(
+            FormatMessage("Urls of the scheme @ have a handler already. Unregister that first.", scheme));
     }
     return GetHandlers().Register(scheme, std::move(handler));
 }
 
-void IoHandlers::Unregister(const Id& scheme) { GetHandlers().EraseEntry(scheme).Ignore("only memory can be short, then it stays"); }
+void IoHandlers::Unregister(const Id& scheme) {
+    GetHandlers().EraseEntry(scheme).Ignore("only memory can be short, then it stays");
+}
 
 Result<IoHandlerRef> IoHandlers::GetHandlerForScheme(const Id& scheme) {
     Opt<IoHandlerRef> handler = GetHandlers().FindEntryValue(scheme);

@@ -11,7 +11,7 @@ namespace talvo {
 struct IoEntry {
     std::string name;  ///< raw bytes
     IO_DETECT kind = IO_DETECT::FAILED;
-    Int64 size = 0;    ///< of a file, where browsing knew it, else -1
+    Int64 size = 0;       ///< of a file, where browsing knew it, else -1
     Bool isLink = false;  ///< the entry itself is a link; `kind` and `size` are those of what it points at
 };
 

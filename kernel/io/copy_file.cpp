@@ -34,7 +34,8 @@ Result<Int64> CopyInside(const FileHandle& source, const ReplacingFile& target, 
 }
 
 /// Copies from `position` to `end` through memory. @return where it stopped.
-Result<Int64> CopyThrough(const FileHandle& source, const std::string& sourcePath, ReplacingFile& target, Int64 position, Int64 end) {
+Result<Int64> CopyThrough(const FileHandle& source, const std::string& sourcePath, ReplacingFile& target, Int64 position,
+                          Int64 end) {
     std::string buffer;
     while (position < end) {
         buffer.resize(std::size_t(std::min(end - position, BLOCK_SIZE)));

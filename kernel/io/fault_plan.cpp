@@ -58,16 +58,17 @@ State& GetState() {
 }
 
 constexpr std::array<std::pair<std::string_view, Rule::KIND>, 5> KINDS{{{"kill-before", Rule::KILL_BEFORE},
-                                                                       {"kill-after", Rule::KILL_AFTER},
-                                                                       {"failfrom", Rule::FAIL_FROM},
-                                                                       {"fail", Rule::FAIL},
-                                                                       {"short", Rule::SHORT}}};
+                                                                        {"kill-after", Rule::KILL_AFTER},
+                                                                        {"failfrom", Rule::FAIL_FROM},
+                                                                        {"fail", Rule::FAIL},
+                                                                        {"short", Rule::SHORT}}};
 constexpr std::array<std::pair<std::string_view, int>, 4> ERRORS{
     {{"ENOSPC", ENOSPC}, {"EIO", EIO}, {"EMFILE", EMFILE}, {"EACCES", EACCES}}};
 
-constexpr std::array<const char*, 18> OPERATION_NAMES{
-    "OPEN_READ",      "OPEN_WRITE", "CREATE",           "READ", "WRITE", "SYNC",     "SYNC_DIRECTORY", "RENAME",         "EXCHANGE",
-    "MAKE_DIRECTORY", "UNLINK",     "REMOVE_DIRECTORY", "STAT", "LIST",  "TRUNCATE", "LOCK",           "SET_ATTRIBUTES", "CLOSE"};
+constexpr std::array<const char*, 18> OPERATION_NAMES{"OPEN_READ", "OPEN_WRITE",       "CREATE", "READ",     "WRITE",
+                                                      "SYNC",      "SYNC_DIRECTORY",   "RENAME", "EXCHANGE", "MAKE_DIRECTORY",
+                                                      "UNLINK",    "REMOVE_DIRECTORY", "STAT",   "LIST",     "TRUNCATE",
+                                                      "LOCK",      "SET_ATTRIBUTES",   "CLOSE"};
 
 template <typename T>
 Bool ReadNumber(std::string_view text, T& number) {
@@ -89,7 +90,8 @@ Bool ReadErrorNumber(std::string_view text, int& number) {
 Bool ReadRule(std::string_view text, Rule& rule) {
     const std::size_t at = text.find('@');
     if (at == std::string_view::npos) return false;
-    const auto kind = std::find_if(KINDS.begin(), KINDS.end(), [&](const auto& entry) { return entry.first == text.substr(0, at); });
+    const auto kind =
+        std::find_if(KINDS.begin(), KINDS.end(), [&](const auto& entry) { return entry.first == text.substr(0, at); });
     if (kind == KINDS.end()) return false;
     rule.kind = kind->second;
     std::string_view number = text.substr(at + 1);
@@ -206,8 +208,10 @@ void FaultPoint::Enter(FILE_OPERATION, const FaultSubject& subject) {
         if (rule.kind == Rule::KILL_BEFORE) KillSelf();
         if (rule.kind == Rule::KILL_AFTER) continue;  // when leaving
         state.hit = true;
-        if (rule.kind == Rule::SHORT) _short = true;
-        else _error = rule.error;
+        if (rule.kind == Rule::SHORT)
+            _short = true;
+        else
+            _error = rule.error;
     }
 }
 

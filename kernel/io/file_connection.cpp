@@ -73,7 +73,8 @@ Result<void> MakeDirectories(const std::string& path) {
             const std::string parent = path.substr(0, slash);
             const int made = PosixFiles::MakeDirectory(parent);
             // What can't be made may be there all the same, or matter not: making what lies below tells.
-            if (made != 0 && made != EEXIST && made != EACCES && made != EROFS && made != EPERM) return MakeFileError("make the folder", parent, made);
+            if (made != 0 && made != EEXIST && made != EACCES && made != EROFS && made != EPERM)
+                return MakeFileError("make the folder", parent, made);
         }
         error = PosixFiles::MakeDirectory(path);
     }
@@ -126,7 +127,8 @@ Result<Int64> FileConnection::GetContentLength() {
     const auto status = PosixFiles::Stat(_path, LINKS::FOLLOW);
     TRY(CheckFile(status.error, "tell the length of", _path));
     const IO_DETECT kind = GetKind(status.value);
-    if (kind != IO_DETECT::FILE) return MakeFileError("tell the length of", _path, kind == IO_DETECT::DIRECTORY ? EISDIR : NOT_A_FILE);
+    if (kind != IO_DETECT::FILE)
+        return MakeFileError("tell the length of", _path, kind == IO_DETECT::DIRECTORY ? EISDIR : NOT_A_FILE);
     return Int64(status.value.st_size);
 }
 
@@ -184,8 +186,8 @@ Result<void> FileConnection::IoCopyFile(const Url& target) {
 
 Result<void> FileConnection::IoRename(const Url& target, RENAME_MODE mode) {
     if (target.GetScheme() != URLSCHEME_FILESYSTEM) {
-        return UnsupportedArgumentError::Create(FormatMessage("Can't rename @ to @: both must be files of the system. Copy it instead.",
-                                                              _url, target));
+        return UnsupportedArgumentError::Create(
+            FormatMessage("Can't rename @ to @: both must be files of the system. Copy it instead.", _url, target));
     }
     const std::string targetPath = TRY(target.GetSystemPath());
     if (const int error = PosixFiles::Rename(_path, targetPath, mode)) return MakeFileError("rename", _path, targetPath, error);

@@ -46,8 +46,8 @@ ErrorRef MakeFileError(std::string_view verb, std::string_view path, int error, 
 }
 
 ErrorRef MakeFileError(std::string_view verb, std::string_view from, std::string_view to, int error, SourceLocation location) {
-    return IoError::Create(FormatMessage("Can't @ @ to @: @.@", verb, MakeUtf8(from), MakeUtf8(to), GetReason(error), GetAdvice(error)),
-                           location);
+    return IoError::Create(
+        FormatMessage("Can't @ @ to @: @.@", verb, MakeUtf8(from), MakeUtf8(to), GetReason(error), GetAdvice(error)), location);
 }
 
 }  // namespace talvo

@@ -8,8 +8,8 @@
 namespace talvo {
 
 /// Codes beside those of errno, which are positive.
-inline constexpr int NOT_A_FILE = -1;        ///< a fifo, socket or device where a file is wanted
-inline constexpr int BECAME_SHORTER = -2;    ///< fewer bytes than the file had when it was opened
+inline constexpr int NOT_A_FILE = -1;      ///< a fifo, socket or device where a file is wanted
+inline constexpr int BECAME_SHORTER = -2;  ///< fewer bytes than the file had when it was opened
 
 /// IoError "Can't <verb> <path>: <reason>. <advice>".
 /// @param path raw bytes; what is not UTF-8 is replaced. @param error of errno, or one of the codes above.
@@ -22,7 +22,8 @@ ErrorRef MakeFileError(std::string_view verb, std::string_view from, std::string
 /// Success for 0, else the error.
 inline Result<void> CheckFile(int error, std::string_view verb, std::string_view path,
                               SourceLocation location = SourceLocation::Current()) {
-    if (error != 0) [[unlikely]] return MakeFileError(verb, path, error, location);
+    if (error != 0) [[unlikely]]
+        return MakeFileError(verb, path, error, location);
     return {};
 }
 

@@ -22,8 +22,8 @@ Result<void> WaitForLock(const FileHandle& file, const std::string& path, Clock:
         const int error = PosixFiles::TryLock(file, path);
         if (error != EWOULDBLOCK) return CheckFile(error, "lock", path);
         if (Clock::now() >= deadline) {
-            return IoError::Create(FormatMessage("Can't lock @: Another process holds it. Wait until that is done, then try again.",
-                                                 MakeUtf8(path)));
+            return IoError::Create(FormatMessage(
+                "Can't lock @: Another process holds it. Wait until that is done, then try again.", MakeUtf8(path)));
         }
         std::this_thread::sleep_for(pause);
         pause = std::min(pause * 2, std::chrono::microseconds(20000));

@@ -16,7 +16,8 @@ constexpr std::size_t GATHERED_SIZE = std::size_t(64) << 10;
 
 class FileInputStream final : public InputStream {
 public:
-    FileInputStream(FileHandle file, std::string path, Int64 length) : _path(std::move(path)), _length(length), _file(std::move(file)) {}
+    FileInputStream(FileHandle file, std::string path, Int64 length)
+        : _path(std::move(path)), _length(length), _file(std::move(file)) {}
 
     /// As it was when the file was opened.
     Int64 GetStreamLength() const override { return _length; }

@@ -11,8 +11,24 @@ namespace talvo {
 
 /// What a numbered operation is.
 enum class FILE_OPERATION : Int32 {
-    OPEN_READ, OPEN_WRITE, CREATE, READ, WRITE, SYNC, SYNC_DIRECTORY, RENAME, EXCHANGE, MAKE_DIRECTORY, UNLINK,
-    REMOVE_DIRECTORY, STAT, LIST, TRUNCATE, LOCK, SET_ATTRIBUTES, CLOSE
+    OPEN_READ,
+    OPEN_WRITE,
+    CREATE,
+    READ,
+    WRITE,
+    SYNC,
+    SYNC_DIRECTORY,
+    RENAME,
+    EXCHANGE,
+    MAKE_DIRECTORY,
+    UNLINK,
+    REMOVE_DIRECTORY,
+    STAT,
+    LIST,
+    TRUNCATE,
+    LOCK,
+    SET_ATTRIBUTES,
+    CLOSE
 };
 
 /// A plan for the operations to come. Only in builds with TALVO_FAULTS; else it is never asked.

@@ -77,7 +77,8 @@ Result<void> CopyFile(const Url& source, const Url& target) {
 /// into itself for ever.
 Result<void> CopyFolder(const Url& source, const Url& target, BaseArray<Url>* passedOver) {
     if (LiesIn(target, source)) {
-        return IllegalArgumentError::Create(FormatMessage("Can't copy @ to @, which lies in it. Choose another place.", source, target));
+        return IllegalArgumentError::Create(
+            FormatMessage("Can't copy @ to @, which lies in it. Choose another place.", source, target));
     }
     const Tree tree = TRY(ListTree(source));
     for (const Url& folder : tree.folders) TRY(Rebase(folder, source, target).IoCreateDirectory());

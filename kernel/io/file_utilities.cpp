@@ -54,7 +54,8 @@ Result<Int64> FileUtilities::CopyStream(InputStream& input, OutputStream& output
     return CatchOutOfMemory([&]() -> Result<Int64> {
         const Int64 length = input.GetStreamLength();
         const Int64 start = input.GetPosition();
-        std::string buffer(length < 0 ? BLOCK_SIZE : std::size_t(std::clamp<Int64>(length - start + 1, 1, Int64(BLOCK_SIZE))), '\0');
+        std::string buffer(length < 0 ? BLOCK_SIZE : std::size_t(std::clamp<Int64>(length - start + 1, 1, Int64(BLOCK_SIZE))),
+                           '\0');
         Int64 copied = 0;
         for (;;) {
             const Int64 read = TRY(input.ReadEOS(Block<char>(buffer.data(), buffer.size())));

@@ -1,8 +1,8 @@
 // Whole files, copies and trees, on any url.
 #pragma once
 
-#include "kernel/io/connection.h"
 #include "kernel/data/document.h"
+#include "kernel/io/connection.h"
 
 namespace talvo {
 

@@ -21,7 +21,9 @@ struct ContextDeleter {
 };
 using Context = std::unique_ptr<EVP_MD_CTX, ContextDeleter>;
 
-ErrorRef MakeHashError() { return UnknownError::Create("The library for SHA-256 refused to work. Check the OpenSSL configuration."); }
+ErrorRef MakeHashError() {
+    return UnknownError::Create("The library for SHA-256 refused to work. Check the OpenSSL configuration.");
+}
 
 /// Once a write has failed, the digest would be that of other bytes than were written: there is none then.
 class HashingOutputStream final : public OutputStream {
@@ -57,7 +59,8 @@ private:
     Result<void> SetDigest() {
         std::array<char, EVP_MAX_MD_SIZE> bytes;
         unsigned length = 0;
-        if (EVP_DigestFinal_ex(_context.get(), reinterpret_cast<unsigned char*>(bytes.data()), &length) != 1) return MakeHashError();
+        if (EVP_DigestFinal_ex(_context.get(), reinterpret_cast<unsigned char*>(bytes.data()), &length) != 1)
+            return MakeHashError();
         return CatchOutOfMemory([&]() -> Result<void> {
             _digest.assign(bytes.data(), length);
             return OK;

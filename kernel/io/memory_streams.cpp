@@ -102,9 +102,8 @@ public:
     }
     Result<void> Close() override {
         if (std::exchange(_closed, true) || _outcome.IsError()) return _outcome;
-        _outcome = CatchOutOfMemory([&] {
-            return CheckFile(_place.tree.Replace(_place.path, std::move(_bytes)), "write", _place.name.GetView());
-        });
+        _outcome = CatchOutOfMemory(
+            [&] { return CheckFile(_place.tree.Replace(_place.path, std::move(_bytes)), "write", _place.name.GetView()); });
         return _outcome;
     }
 

@@ -1,9 +1,9 @@
 #include "kernel/io/memory_volume.h"
 
 #include "kernel/base/uuid.h"
+#include "kernel/io/file_errors.h"
 #include "kernel/io/memory_handler.h"
 #include "kernel/io/memory_streams.h"
-#include "kernel/io/file_errors.h"
 #include "kernel/text/format.h"
 
 #include <absl/container/flat_hash_map.h>

@@ -130,18 +130,16 @@ Attempt<Int64> CopyRange(const FileHandle& source, Int64 position, const FileHan
     copied.error = DoNumbered(FILE_OPERATION::WRITE, {path}, [&](const FaultPoint& point) {
         const std::size_t wanted = point.Shorten(std::min(std::size_t(count), MAX_TRANSFER));
         off_t offset = position;
-        copied.value = Repeat([&] {
-            return copy_file_range(source.GetDescriptor(), &offset, target.GetDescriptor(), nullptr, wanted, 0);
-        });
+        copied.value =
+            Repeat([&] { return copy_file_range(source.GetDescriptor(), &offset, target.GetDescriptor(), nullptr, wanted, 0); });
         return copied.value < 0 ? errno : 0;
     });
     return copied;
 }
 
 int Sync(const FileHandle& file, std::string_view path) {
-    return DoNumbered(FILE_OPERATION::SYNC, {path}, [&](const FaultPoint&) {
-        return ErrorOf([&] { return fsync(file.GetDescriptor()); });
-    });
+    return DoNumbered(FILE_OPERATION::SYNC, {path},
+                      [&](const FaultPoint&) { return ErrorOf([&] { return fsync(file.GetDescriptor()); }); });
 }
 
 int SyncFileSystem(const FileName& name) {
@@ -170,9 +168,8 @@ Attempt<struct stat> StatOpen(const FileHandle& file, std::string_view path) {
 }
 
 int SetMode(const FileName& name, mode_t mode) {
-    return DoNumbered(FILE_OPERATION::SET_ATTRIBUTES, {name.path}, [&](const FaultPoint&) {
-        return ErrorOf([&] { return fchmodat(name.directory, name.name, mode, 0); });
-    });
+    return DoNumbered(FILE_OPERATION::SET_ATTRIBUTES, {name.path},
+                      [&](const FaultPoint&) { return ErrorOf([&] { return fchmodat(name.directory, name.name, mode, 0); }); });
 }
 
 Attempt<Bool> IsOnReadOnlySystem(const FileName& name) {
@@ -193,9 +190,8 @@ Attempt<FileHandle> OpenForLock(const FileName& name, LOCK_FILE mode) {
 }
 
 int TryLock(const FileHandle& file, std::string_view path) {
-    return DoNumbered(FILE_OPERATION::LOCK, {path}, [&](const FaultPoint&) {
-        return ErrorOf([&] { return flock(file.GetDescriptor(), LOCK_EX | LOCK_NB); });
-    });
+    return DoNumbered(FILE_OPERATION::LOCK, {path},
+                      [&](const FaultPoint&) { return ErrorOf([&] { return flock(file.GetDescriptor(), LOCK_EX | LOCK_NB); }); });
 }
 
 }  // namespace talvo::PosixFiles

@@ -86,21 +86,18 @@ int Rename(const FileName& from, const FileName& to, RENAME_MODE mode) {
 }
 
 int MakeDirectory(const FileName& name) {
-    return DoNumbered(FILE_OPERATION::MAKE_DIRECTORY, {name.path}, [&](const FaultPoint&) {
-        return mkdirat(name.directory, name.name, 0777) < 0 ? errno : 0;
-    });
+    return DoNumbered(FILE_OPERATION::MAKE_DIRECTORY, {name.path},
+                      [&](const FaultPoint&) { return mkdirat(name.directory, name.name, 0777) < 0 ? errno : 0; });
 }
 
 int Unlink(const FileName& name) {
-    return DoNumbered(FILE_OPERATION::UNLINK, {name.path}, [&](const FaultPoint&) {
-        return unlinkat(name.directory, name.name, 0) < 0 ? errno : 0;
-    });
+    return DoNumbered(FILE_OPERATION::UNLINK, {name.path},
+                      [&](const FaultPoint&) { return unlinkat(name.directory, name.name, 0) < 0 ? errno : 0; });
 }
 
 int RemoveDirectory(const FileName& name) {
-    return DoNumbered(FILE_OPERATION::REMOVE_DIRECTORY, {name.path}, [&](const FaultPoint&) {
-        return unlinkat(name.directory, name.name, AT_REMOVEDIR) < 0 ? errno : 0;
-    });
+    return DoNumbered(FILE_OPERATION::REMOVE_DIRECTORY, {name.path},
+                      [&](const FaultPoint&) { return unlinkat(name.directory, name.name, AT_REMOVEDIR) < 0 ? errno : 0; });
 }
 
 Attempt<FileHandle> OpenDirectory(const FileName& name, LINKS links) {
@@ -137,7 +134,8 @@ Attempt<std::vector<DirectoryEntry>> List(const FileHandle& directory, std::stri
             if (name != "." && name != "..") list.value.push_back({std::string(name), entry->d_type});
         }
     });
-    std::sort(list.value.begin(), list.value.end(), [](const auto& first, const auto& second) { return first.name < second.name; });
+    std::sort(list.value.begin(), list.value.end(),
+              [](const auto& first, const auto& second) { return first.name < second.name; });
     return list;
 }
 

@@ -43,7 +43,8 @@ Result<ReplacingFile> ReplacingFile::Create(std::string path, mode_t newMode) {
     TRY(CheckFile(created.error, "write", path));
     ReplacingFile file(std::move(path), std::move(hiddenPath), std::move(created.value));
     // What the process's mask takes from new files must not be taken from an old one that was opened to others on purpose.
-    if (oldMode && (*oldMode & OTHERS_WRITE) != 0) TRY(CheckFile(PosixFiles::SetMode(file._hiddenPath, *oldMode), "write", file._path));
+    if (oldMode && (*oldMode & OTHERS_WRITE) != 0)
+        TRY(CheckFile(PosixFiles::SetMode(file._hiddenPath, *oldMode), "write", file._path));
     return file;
 }
 
@@ -55,7 +56,9 @@ ReplacingFile::~ReplacingFile() {
     if (!_hiddenPath.empty()) PosixFiles::Unlink(_hiddenPath);
 }
 
-Result<void> ReplacingFile::Write(std::string_view bytes) { return CheckFile(PosixFiles::Write(_file, bytes, _hiddenPath), "write", _path); }
+Result<void> ReplacingFile::Write(std::string_view bytes) {
+    return CheckFile(PosixFiles::Write(_file, bytes, _hiddenPath), "write", _path);
+}
 
 Result<void> ReplacingFile::Publish() {
     const Bool durable = GetDurability() == DURABILITY::DURABLE;

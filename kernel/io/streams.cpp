@@ -52,7 +52,8 @@ public:
     Bool SeekSupported() const override { return true; }
     Result<void> Seek(Int64 position) override {
         if (position < 0 || position > GetStreamLength()) {
-            return IllegalArgumentError::Create(FormatMessage("Can't go to position @ of @: it has @ bytes.", position, _name, _bytes.size()));
+            return IllegalArgumentError::Create(
+                FormatMessage("Can't go to position @ of @: it has @ bytes.", position, _name, _bytes.size()));
         }
         _position = position;
         return OK;
@@ -80,7 +81,9 @@ private:
 
 }  // namespace
 
-Result<void> BaseStream::Seek(Int64) { return UnsupportedOperationError::Create("This stream can only be read or written in order."); }
+Result<void> BaseStream::Seek(Int64) {
+    return UnsupportedOperationError::Create("This stream can only be read or written in order.");
+}
 
 Result<void> InputStream::Read(Block<char> buffer) {
     const Int64 count = TRY(ReadEOS(buffer));
@@ -110,9 +113,8 @@ Result<OutputStreamRef> CreateStringOutputStream(std::string& target) {
 }
 
 Result<InputStreamRef> CreateStringInputStream(std::string bytes, String name) {
-    return CatchOutOfMemory([&]() -> Result<InputStreamRef> {
-        return InputStreamRef(new StringInputStream(std::move(bytes), std::move(name)));
-    });
+    return CatchOutOfMemory(
+        [&]() -> Result<InputStreamRef> { return InputStreamRef(new StringInputStream(std::move(bytes), std::move(name))); });
 }
 
 std::string ToHex(std::string_view bytes) {

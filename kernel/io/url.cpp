@@ -69,7 +69,11 @@ std::string GetWorkingDirectory() {
 struct Url::Body : ObjectInterface {
     Body() = default;
     Body(const Body& other)
-        : scheme(other.scheme), authority(other.authority), embedded(other.embedded), path(other.path), sideData(other.sideData) {}
+        : scheme(other.scheme),
+          authority(other.authority),
+          embedded(other.embedded),
+          path(other.path),
+          sideData(other.sideData) {}
 
     const SideData* Find(const Id& key) const {
         const auto found = std::find_if(sideData.begin(), sideData.end(), [&](const SideData& side) { return side.key == key; });
@@ -142,7 +146,8 @@ Result<Url> Url::ParseNested(std::string_view text, Int depth) {
     const Bool embeds = parts.authority.starts_with('[') && parts.authority.ends_with(']');
     Url url = Create(schemeId, embeds ? std::string() : DecodeUrlPart(parts.authority), DecodeUrlPart(parts.path));
     if (embeds) {
-        if (depth == MAX_EMBEDDING) return IllegalArgumentError::Create("The url holds too many urls, one within the other. Use at most 8.");
+        if (depth == MAX_EMBEDDING)
+            return IllegalArgumentError::Create("The url holds too many urls, one within the other. Use at most 8.");
         const std::string inner = DecodeUrlPart(parts.authority.substr(1, parts.authority.size() - 2));
         const Url embedded = TRY(ParseNested(inner, depth + 1));
         url.SetEmbeddedUrl(embedded);
@@ -276,7 +281,8 @@ std::string Url::GetUrl() const {
 
 Result<std::string> Url::GetSystemPath() const {
     if (GetScheme() != FILE_SCHEME) {
-        return IllegalArgumentError::Create(FormatMessage("\"@\" is no file of the system. Use a url of the scheme file.", GetUrl()));
+        return IllegalArgumentError::Create(
+            FormatMessage("\"@\" is no file of the system. Use a url of the scheme file.", GetUrl()));
     }
     if (!GetAuthority().empty() || GetEmbeddedUrl().IsPopulated()) {
         return IllegalArgumentError::Create(

@@ -20,10 +20,10 @@ using OutputStreamRef = StrongRef<OutputStream>;
 
 /// What is at a url. The values are the ones that callers store and compare.
 enum class IO_DETECT : Int32 {
-    FAILED = 0,     ///< it could not be told
+    FAILED = 0,  ///< it could not be told
     NOT_THERE = 1,
     FILE = 3,
-    OTHER = 4,      ///< fifo, socket, device, dangling link
+    OTHER = 4,  ///< fifo, socket, device, dangling link
     DIRECTORY = 5
 };
 
@@ -32,7 +32,7 @@ enum class OUTPUT_MODE : Int32 {
     CREATE_NEW = 1,  ///< fails if something is there
     OVERWRITE = 2,   ///< in place
     APPEND = 4,
-    REPLACE = 16     ///< written beside under a hidden name and renamed by Close; dropped without Close the old stays
+    REPLACE = 16  ///< written beside under a hidden name and renamed by Close; dropped without Close the old stays
 };
 
 enum class RENAME_MODE : Int32 {

@@ -20,7 +20,7 @@ std::string DecodeUrlPart(std::string_view text);
 struct UrlText {
     std::string_view scheme;
     std::string_view authority;
-    std::string_view path;   ///< without the slash that ends the authority
+    std::string_view path;  ///< without the slash that ends the authority
     std::string_view query;
 };
 

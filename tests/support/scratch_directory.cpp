@@ -58,9 +58,7 @@ std::string ScratchDirectory::Read(std::string_view name) const {
     return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
-void ScratchDirectory::MakeFolder(std::string_view name) const {
-    fs::create_directories(*this / name);
-}
+void ScratchDirectory::MakeFolder(std::string_view name) const { fs::create_directories(*this / name); }
 
 std::string ScratchDirectory::List(std::string_view name) const {
     const fs::path root = *this / name;

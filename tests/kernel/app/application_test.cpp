@@ -27,16 +27,16 @@ public:
 
 private:
     void Set(const char* value) {
-        if (value) setenv(_name, value, 1);
-        else unsetenv(_name);
+        if (value)
+            setenv(_name, value, 1);
+        else
+            unsetenv(_name);
     }
     const char* const _name;
     Opt<std::string> _old;
 };
 
-std::string PathOf(APPLICATION_DIRECTORY kind) {
-    return Application::PrivateGetUrl(OWNER, kind).GetValueOr(Url()).GetUrl();
-}
+std::string PathOf(APPLICATION_DIRECTORY kind) { return Application::PrivateGetUrl(OWNER, kind).GetValueOr(Url()).GetUrl(); }
 
 TEST(ApplicationDirectories, LieBelowOneHomeOrInTheBaseDirectories) {
     const EnvironmentScope config("XDG_CONFIG_HOME", "/cfg"), data("XDG_DATA_HOME", "relative"), home("HOME", "/home/u");
@@ -95,8 +95,18 @@ TEST(ApplicationVersion, IsReplacedByTheHost) {
 
 TEST(RunLoopExit, TellsItsObserversOnce) {
     std::string order;
-    const auto low = RunLoop::ObservableExitLoop().AddObserver([&]() -> Result<void> { order += "low "; return OK; }, 1);
-    const auto high = RunLoop::ObservableExitLoop().AddObserver([&]() -> Result<void> { order += "high "; return OK; }, 2);
+    const auto low = RunLoop::ObservableExitLoop().AddObserver(
+        [&]() -> Result<void> {
+            order += "low ";
+            return OK;
+        },
+        1);
+    const auto high = RunLoop::ObservableExitLoop().AddObserver(
+        [&]() -> Result<void> {
+            order += "high ";
+            return OK;
+        },
+        2);
     RunLoop::Exit();
     RunLoop::Exit();
     EXPECT_EQ(order, "high low ");
@@ -104,7 +114,10 @@ TEST(RunLoopExit, TellsItsObserversOnce) {
     RunLoop::ObservableExitLoop().RemoveObserver(high);
 
     int runs = 0;
-    EXPECT_TRUE(Succeeds(JobQueue::GetMainThreadQueue().Enqueue([&]() -> Result<void> { ++runs; return OK; })));
+    EXPECT_TRUE(Succeeds(JobQueue::GetMainThreadQueue().Enqueue([&]() -> Result<void> {
+        ++runs;
+        return OK;
+    })));
     EXPECT_EQ(RunLoop::RunPendingJobs(), 1);
     EXPECT_EQ(runs, 1);
 }

@@ -25,7 +25,8 @@ protected:
     ~Settings() override {
         SetLogSink(nullptr);
         Application::SetHome(Url());
-        for (const Id& key : {Id(KEY), Id(OTHER_KEY)}) EXPECT_TRUE(Succeeds(Level(SETTINGS_LEVEL::APPLICATION)->Set(key, Data())));
+        for (const Id& key : {Id(KEY), Id(OTHER_KEY)})
+            EXPECT_TRUE(Succeeds(Level(SETTINGS_LEVEL::APPLICATION)->Set(key, Data())));
     }
     static SettingsRef Level(SETTINGS_LEVEL level) { return MUST(SettingsInterface::GetSettings(level)); }
     static std::string Get(SETTINGS_LEVEL level, const Id& key = KEY) {
@@ -62,7 +63,8 @@ TEST_F(Settings, ThatAreDamagedAreSetAsideAndNeverOverwritten) {
     });
     for (const char* damaged : {"{\"root\": \"net.talvo.settings\", by hand", "", "\xff\x00"}) {
         _scratch.Write(FILE_NAME, damaged);
-        EXPECT_TRUE(FailsWith<FileFormatError>(Level(SETTINGS_LEVEL::MERGED)->Get(KEY), {"settings.json"})) << "reading changes nothing";
+        EXPECT_TRUE(FailsWith<FileFormatError>(Level(SETTINGS_LEVEL::MERGED)->Get(KEY), {"settings.json"}))
+            << "reading changes nothing";
         EXPECT_EQ(_scratch.Read(FILE_NAME), damaged);
         Set(SETTINGS_LEVEL::USER, KEY, "new");
         EXPECT_EQ(Get(SETTINGS_LEVEL::USER), "new");
@@ -70,7 +72,9 @@ TEST_F(Settings, ThatAreDamagedAreSetAsideAndNeverOverwritten) {
     ASSERT_EQ(lines.size(), 3u);
     const std::string list = _scratch.List("preferences");
     std::size_t count = 0;
-    for (std::size_t at = list.find("settings.json.damaged-"); at != std::string::npos; at = list.find("settings.json.damaged-", at + 1)) ++count;
+    for (std::size_t at = list.find("settings.json.damaged-"); at != std::string::npos;
+         at = list.find("settings.json.damaged-", at + 1))
+        ++count;
     EXPECT_EQ(count, 3u) << list << ": each by a name of its own";
     const std::size_t start = lines.front().find(_scratch.GetPath());
     const std::string aside = lines.front().substr(start, lines.front().find(": ", start) - start);

@@ -94,7 +94,8 @@ TEST_F(Disk, DeletingATreeFollowsNoLink) {
     ASSERT_EQ(mkfifo((_scratch / "tree/fifo").c_str(), 0666), 0);
     EXPECT_TRUE(Succeeds(At("tree").IoDelete()));
     EXPECT_EQ(At("tree").IoDetect(), IO_DETECT::NOT_THERE);
-    for (const char* link : {"to-folder", "dangling", "loop-a", "fifo", "socket"}) EXPECT_TRUE(Succeeds(At(link).IoDelete())) << link;
+    for (const char* link : {"to-folder", "dangling", "loop-a", "fifo", "socket"})
+        EXPECT_TRUE(Succeeds(At(link).IoDelete())) << link;
     EXPECT_EQ(_scratch.Read("canary/deep/file"), "untouched");
     EXPECT_EQ(_scratch.List(), "canary/ canary/deep/ canary/deep/file loop-b@ to-file@ to-itself@");
     EXPECT_TRUE(FailsWith<IllegalArgumentError>(Url::FromSystemPath("/").IoDelete()));
@@ -127,7 +128,7 @@ TEST_F(Disk, ReplacingALinkLeavesWhatItPointsAt) {
 
 TEST_F(Disk, ReplacingKeepsPermissionsAndCopyingTheRightToExecute) {
     const auto mode = [&](const char* name) {
-        struct stat status {};
+        struct stat status{};
         stat((_scratch / name).c_str(), &status);
         return status.st_mode & 0777;
     };

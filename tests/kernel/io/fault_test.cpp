@@ -87,8 +87,10 @@ TEST_P(EveryOperation, OfReplacingAFileLeavesTheOldOrTheNewOne) {
                          if (result.IsOk()) EXPECT_EQ(content, "new content");
                          if (hit) EXPECT_TRUE(FailsWith<IoError>(result, {scratch.GetPath()}));
                          // Where even removing fails there is a hidden name left.
-                         if (!FailsForGood()) EXPECT_EQ(scratch.List(), "file");
-                         else EXPECT_TRUE(scratch.List() == "file" || scratch.List().starts_with(".~"));
+                         if (!FailsForGood())
+                             EXPECT_EQ(scratch.List(), "file");
+                         else
+                             EXPECT_TRUE(scratch.List() == "file" || scratch.List().starts_with(".~"));
                      });
 }
 
@@ -122,7 +124,8 @@ TEST_P(EveryOperation, OfDeletingATreeIsReportedAndCanBeTakenUpAgain) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Faults, EveryOperation,
-                         testing::Combine(testing::Values("fail", "failfrom"), testing::Values("ENOSPC", "EIO", "EMFILE", "EACCES"),
+                         testing::Combine(testing::Values("fail", "failfrom"),
+                                          testing::Values("ENOSPC", "EIO", "EMFILE", "EACCES"),
                                           testing::Values(DURABILITY::FAST, DURABILITY::DURABLE)));
 
 TEST(Faults, ShortReadsAndWritesLoseNothing) {
@@ -146,8 +149,9 @@ TEST(Faults, ShortReadsAndWritesLoseNothing) {
 TEST(Faults, FullDiskSaysWhatToDo) {
     const ScratchDirectory scratch;
     const Faults faults(scratch, "failfrom@1:ENOSPC");
-    EXPECT_TRUE(FailsWith<IoError>(FileUtilities::WriteFileFromMemory(scratch.GetUrl() + "file", "x"),
-                                   {"Can't write " + (scratch / "file") + ": No space left on device. Free space and try again."}));
+    EXPECT_TRUE(
+        FailsWith<IoError>(FileUtilities::WriteFileFromMemory(scratch.GetUrl() + "file", "x"),
+                           {"Can't write " + (scratch / "file") + ": No space left on device. Free space and try again."}));
 }
 
 /// Some file systems know neither flag of a rename: they say EINVAL, and other ways must do.
@@ -208,7 +212,8 @@ TEST(Faults, ATraceTellsEachOperation) {
 }
 
 TEST(Faults, PlansThatCanNotBeReadAreRefused) {
-    for (const char* plan : {"fail@1", "fail@0:EIO", "fail@x:EIO", "fail@1:EWHAT", "kill@1", "kill-after@1:EIO", "fail@1:EIO;;", "short"}) {
+    for (const char* plan :
+         {"fail@1", "fail@0:EIO", "fail@x:EIO", "fail@1:EWHAT", "kill@1", "kill-after@1:EIO", "fail@1:EIO;;", "short"}) {
         EXPECT_TRUE(FailsWith<IllegalArgumentError>(FaultPlan::Set(plan), {"kill-before@7"})) << plan;
     }
     EXPECT_TRUE(FailsWith<IoError>(FaultPlan::Set("trace:/nowhere/at/all"), {"/nowhere/at/all"}));

@@ -203,8 +203,8 @@ TYPED_TEST(Files, RenameRefusesWhatWouldLoseSomething) {
     EXPECT_TRUE(Succeeds(this->At("a").IoRename(this->At("a"), RENAME_MODE::REPLACE)));
     EXPECT_TRUE(Succeeds(this->At("d").IoRename(this->At("d"), RENAME_MODE::EXCHANGE)));
     EXPECT_EQ(this->Read("a") + this->Read("d/x") + this->Read("e/y"), "AXY");
-    EXPECT_TRUE(FailsWith<UnsupportedArgumentError>(this->At("a").IoRename(Url::Create("nobody"_id, "", "x"), RENAME_MODE::REPLACE),
-                                                    {"nobody:///x"}));
+    EXPECT_TRUE(FailsWith<UnsupportedArgumentError>(
+        this->At("a").IoRename(Url::Create("nobody"_id, "", "x"), RENAME_MODE::REPLACE), {"nobody:///x"}));
 }
 
 TYPED_TEST(Files, DeleteTakesAllBelowAndNothingBeside) {
@@ -276,7 +276,8 @@ TYPED_TEST(Files, WholeTreesAreCopied) {
     EXPECT_EQ(this->List("t") + " " + this->List("t/d") + this->Read("t/d/.h"), "a d/ e/ old .hH");
     EXPECT_TRUE(passedOver.IsEmpty());
     for (const char* inside : {"s", "s/d/x"}) {
-        EXPECT_TRUE(FailsWith<IllegalArgumentError>(FileUtilities::CopyFileOrDirectory(this->At("s"), this->At(inside), nullptr)));
+        EXPECT_TRUE(
+            FailsWith<IllegalArgumentError>(FileUtilities::CopyFileOrDirectory(this->At("s"), this->At(inside), nullptr)));
     }
     EXPECT_TRUE(Succeeds(FileUtilities::CopyFileOrDirectory(this->At("s"), this->At("s2"), nullptr))) << "beside, not in";
     EXPECT_TRUE(FailsWith<IoError>(FileUtilities::CopyFileOrDirectory(this->At("z"), this->At("y"), nullptr), {"z"}));

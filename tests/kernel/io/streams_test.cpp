@@ -94,7 +94,8 @@ TEST(HashingStream, GivesNoDigestForWhatWasNotWritten) {
 }
 
 TEST(CopyStream, CopiesTheRestWhateverItsLength) {
-    for (const std::size_t length : {std::size_t(0), std::size_t(1), std::size_t(1) << 18, (std::size_t(1) << 18) + 1, std::size_t(700000)}) {
+    for (const std::size_t length :
+         {std::size_t(0), std::size_t(1), std::size_t(1) << 18, (std::size_t(1) << 18) + 1, std::size_t(700000)}) {
         std::string bytes(length, 'x');
         if (length > 0) bytes.back() = 'y';
         const InputStreamRef input = CreateStringInputStream("head" + bytes, "text").GetValue();
@@ -109,13 +110,15 @@ TEST(CopyStream, CopiesTheRestWhateverItsLength) {
 TEST(CopyStream, NamesASourceThatShrinks) {
     ShrinkingStream& shrinking = *new ShrinkingStream;
     const InputStreamRef input(&shrinking);
-    EXPECT_TRUE(FailsWith<IoError>(FileUtilities::CopyStream(*input, *CreateNullOutputStream().GetValue()), {"shrinking", "shorter"}));
+    EXPECT_TRUE(
+        FailsWith<IoError>(FileUtilities::CopyStream(*input, *CreateNullOutputStream().GetValue()), {"shrinking", "shorter"}));
 
     const ScratchDirectory scratch;
     scratch.Write("a", std::string(1000, 'x'));
     const InputStreamRef file = (scratch.GetUrl() + "a").OpenInputStream().GetValue();
     ASSERT_EQ(truncate((scratch / "a").c_str(), 10), 0);
-    EXPECT_TRUE(FailsWith<IoError>(FileUtilities::CopyStream(*file, *CreateNullOutputStream().GetValue()), {scratch / "a", "shorter"}));
+    EXPECT_TRUE(
+        FailsWith<IoError>(FileUtilities::CopyStream(*file, *CreateNullOutputStream().GetValue()), {scratch / "a", "shorter"}));
 }
 
 TEST(LineReader, KnowsAllLineEnds) {
@@ -123,12 +126,7 @@ TEST(LineReader, KnowsAllLineEnds) {
         const char* text;
         std::vector<std::string> lines;
     } cases[] = {
-        {"", {}},
-        {"a", {"a"}},
-        {"a\n", {"a"}},
-        {"a\n\nb", {"a", "", "b"}},
-        {"\n", {""}},
-        {"a\r\nb\r\n", {"a", "b"}},
+        {"", {}},           {"a", {"a"}}, {"a\n", {"a"}}, {"a\n\nb", {"a", "", "b"}}, {"\n", {""}}, {"a\r\nb\r\n", {"a", "b"}},
         {"a\rb\r", {"ab"}},
     };
     for (const auto& c : cases) {

@@ -39,7 +39,8 @@ TEST(UrlText, ReadsBackAsTheSameUrlWhateverItsBytes) {
         ASSERT_EQ(read.GetValue(), url) << text << " became " << read.GetValue().GetUrl();
         ASSERT_EQ(read.GetValue().GetHashCode(), url.GetHashCode()) << text;
         ASSERT_EQ(text.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._~!$&'()*+,;=:@/?%[]"),
-                  std::string::npos) << text;
+                  std::string::npos)
+            << text;
     }
 }
 
@@ -93,10 +94,14 @@ TEST(UrlName, SuffixIsWhatStandsBehindTheLastDot) {
         const char* withTxt;
         const char* cleared;
     } cases[] = {
-        {"a.obj", "obj", "a.txt", "a"},       {"a", "", "a.txt", "a"},
-        {"a.tar.GZ", "GZ", "a.tar.txt", "a.tar"}, {".hidden", "", ".hidden.txt", ".hidden"},
-        {".hidden.x", "x", ".hidden.txt", ".hidden"}, {"a.", "", "a.txt", "a"},
-        {"..", "", "..", ".."},               {".", "", ".", "."},
+        {"a.obj", "obj", "a.txt", "a"},
+        {"a", "", "a.txt", "a"},
+        {"a.tar.GZ", "GZ", "a.tar.txt", "a.tar"},
+        {".hidden", "", ".hidden.txt", ".hidden"},
+        {".hidden.x", "x", ".hidden.txt", ".hidden"},
+        {"a.", "", "a.txt", "a"},
+        {"..", "", "..", ".."},
+        {".", "", ".", "."},
     };
     for (const auto& c : cases) {
         Url url = Url::Create(ASSET, "", std::string("dir.d/") + c.name);
@@ -192,8 +197,8 @@ TEST(UrlConnection, SchemesWithoutHandlerAreNamed) {
                                                     {"No handler for urls of the scheme nobody."}));
     EXPECT_TRUE(FailsWith<IllegalArgumentError>(Url().OpenConnection()));
     EXPECT_EQ(Url::Create("nobody"_id, "", "x").IoDetect(), IO_DETECT::FAILED);
-    EXPECT_TRUE(FailsWith<IllegalStateError>(IoHandlers::Register(IoHandlers::GetHandlerForScheme(URLSCHEME_FILESYSTEM).GetValue()),
-                                             {"file"}));
+    EXPECT_TRUE(FailsWith<IllegalStateError>(
+        IoHandlers::Register(IoHandlers::GetHandlerForScheme(URLSCHEME_FILESYSTEM).GetValue()), {"file"}));
 }
 
 }  // namespace
