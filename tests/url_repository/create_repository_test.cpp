@@ -18,14 +18,17 @@ protected:
 
 TEST_F(CreateRepository, RefusesWhatIsNoRepository) {
     _scratch.Write("file", "x");
-    const std::string none = "The repository at path " + _scratch / "repo" + " has no identifier, so this is not a valid repository path.";
+    const std::string none =
+        "The repository at path " + _scratch / "repo" + " has no identifier, so this is not a valid repository path.";
     EXPECT_THAT(Create(_scratch.GetUrl() + "file", "", ACCESS::WRITABLE),
                 FailsWith<IllegalArgumentError>(_scratch / "file" + " doesn't point to a directory."));
-    EXPECT_THAT(Create(_scratch.GetUrl() + "missing", "", ACCESS::WRITABLE), FailsWith<IllegalArgumentError>(" doesn't point to a directory."));
+    EXPECT_THAT(Create(_scratch.GetUrl() + "missing", "", ACCESS::WRITABLE),
+                FailsWith<IllegalArgumentError>(" doesn't point to a directory."));
     EXPECT_THAT(Create(GetRoot(), "", ACCESS::READ_ONLY), FailsWith<IllegalStateError>(none));
     EXPECT_THAT(Create(GetRoot(), "", ACCESS::WRITABLE, "other"_id),
                 FailsWith<IllegalArgumentError>("Undefined repository type for url: " + _scratch / "repo"));
-    EXPECT_THAT(Create(GetRoot(), "", ACCESS::WRITABLE, REPOSITORYTYPE_WATCHFOLDER), FailsWith<UnsupportedOperationError>("watch folders"));
+    EXPECT_THAT(Create(GetRoot(), "", ACCESS::WRITABLE, REPOSITORYTYPE_WATCHFOLDER),
+                FailsWith<UnsupportedOperationError>("watch folders"));
     EXPECT_THAT(Create(GetRoot(), "a\tb", ACCESS::WRITABLE), FailsWith<IllegalArgumentError>("control character"));
     EXPECT_EQ(_scratch.List("repo"), "");
     _scratch.Write("repo/databaseid", "theirs");
@@ -90,25 +93,26 @@ TEST_F(CreateRepository, TheDerivedTreeGoesWhereItWasAskedFor) {
     } cases[] = {
         {ACCESS::WRITABLE, false, false, "repo/a/1/fast.derived", "below the root"},
         {ACCESS::WRITABLE, true, false, "home/generated/net.talvo.asset/dc/repo/a/1/fast.derived", "in the generated files"},
-        {ACCESS::READ_ONLY, false, false, "home/generated/net.talvo.asset/dc/repo/a/1/fast.derived", "there too, if the root can't be written"},
+        {ACCESS::READ_ONLY, false, false, "home/generated/net.talvo.asset/dc/repo/a/1/fast.derived",
+         "there too, if the root can't be written"},
         {ACCESS::READ_ONLY, false, true, "", "nowhere"},
-        {ACCESS::WRITABLE, true, true, "home/generated/net.talvo.asset/dc/repo/a/1/fast.derived", "a temporary one that is writable has a place"},
+        {ACCESS::WRITABLE, true, true, "home/generated/net.talvo.asset/dc/repo/a/1/fast.derived",
+         "a temporary one that is writable has a place"},
     };
-    {
-        Store(Open(), "a", "x");
-    }
+    { Store(Open(), "a", "x"); }
     for (const auto& each : cases) {
         Remove("home");
         Remove("repo/a/1/fast.derived");
-        const auto repository = Need(AssetInterface::CreateRepositoryFromUrl(Id(), REPOSITORYTYPE_DATABASE, {}, GetRoot(),
-                                                                             each.access == ACCESS::WRITABLE, each.inPrefs, each.temporary));
-        const Result<void> stored = repository->StoreMetaData(FindLatest(repository, MakeId("a")), MakeMetaId("fast"), Data(String("1")),
-                                                              KIND::PERSISTENT | KIND::DERIVED);
+        const auto repository = Need(AssetInterface::CreateRepositoryFromUrl(
+            Id(), REPOSITORYTYPE_DATABASE, {}, GetRoot(), each.access == ACCESS::WRITABLE, each.inPrefs, each.temporary));
+        const Result<void> stored = repository->StoreMetaData(FindLatest(repository, MakeId("a")), MakeMetaId("fast"),
+                                                              Data(String("1")), KIND::PERSISTENT | KIND::DERIVED);
         if (*each.file) {
             EXPECT_THAT(stored, Succeeds()) << each.why;
             EXPECT_NE(_scratch.Read(each.file), "(missing)") << each.why;
         } else {
-            EXPECT_THAT(stored, FailsWith<UnsupportedOperationError>("Asset repository repo doesn't support to store derived meta data."));
+            EXPECT_THAT(stored, FailsWith<UnsupportedOperationError>(
+                                    "Asset repository repo doesn't support to store derived meta data."));
         }
     }
 }
@@ -124,10 +128,11 @@ TEST_F(CreateRepository, TellsWhereItIsAndWhatItIsCalled) {
     EXPECT_EQ(Need(onUrl.GetVersionDirectory(asset)), GetRoot() + "a" + "1");
     _scratch.MakeFolder("other");
     const auto other = Need(Create(_scratch.GetUrl() + "other", "other", ACCESS::WRITABLE));
-    EXPECT_THAT(onUrl.GetVersionDirectory(Store(other, "a", "x")), FailsWith<IllegalArgumentError>("no version of repository repo"));
+    EXPECT_THAT(onUrl.GetVersionDirectory(Store(other, "a", "x")),
+                FailsWith<IllegalArgumentError>("no version of repository repo"));
     _scratch.MakeFolder("scene");
-    const auto scene = Need(AssetInterface::CreateRepositoryFromUrl(REPOSITORY_SCENE, REPOSITORYTYPE_DATABASE, {}, _scratch.GetUrl() + "scene",
-                                                                    true, false, true));
+    const auto scene = Need(AssetInterface::CreateRepositoryFromUrl(REPOSITORY_SCENE, REPOSITORYTYPE_DATABASE, {},
+                                                                    _scratch.GetUrl() + "scene", true, false, true));
     Need(scene->SetRepositoryName("My scene", LanguageRef()));
     EXPECT_EQ(Need(scene->GetRepositoryName(LanguageRef(), false)), String("My scene"));
 }

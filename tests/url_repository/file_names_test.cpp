@@ -28,8 +28,8 @@ TEST(AssetDirectoryName, FoldsWhatPeopleRead) {
 
 TEST(AssetDirectoryName, HashesWhatWouldMeanSomethingElse) {
     const std::string longId(300, 'x');
-    for (const std::string& id : {std::string("."), std::string(".."), std::string(".hidden"), std::string("_index"), std::string("Version"),
-                                  std::string("databaseid"), std::string("tmp-1"), longId}) {
+    for (const std::string& id : {std::string("."), std::string(".."), std::string(".hidden"), std::string("_index"),
+                                  std::string("Version"), std::string("databaseid"), std::string("tmp-1"), longId}) {
         const std::string name = Need(MakeDirectoryName(MakeId(id)));
         EXPECT_EQ(name, Need(MakeHashedDirectoryName(MakeId(id)))) << id;
         EXPECT_TRUE(name.starts_with("_" + FoldDirectoryName(id).substr(0, 200) + "-")) << name;
@@ -162,8 +162,8 @@ TEST(MetaDataFileName, TellsKindAndFormByTheEndOfTheName) {
 TEST(MetaDataFileName, SuffixesThatWouldNotReadBackBecomeFile) {
     const auto kind = ASSET_METADATA_KIND::PERSISTENT;
     EXPECT_EQ(MakeMetaDataFileName("key", kind, "PNG"), "key.meta.PNG");
-    for (const std::string& odd : {std::string(), std::string("meta"), std::string("version"), std::string("derived"), std::string("a/b"),
-                                   std::string("a\nb"), std::string(250, 'x')}) {
+    for (const std::string& odd : {std::string(), std::string("meta"), std::string("version"), std::string("derived"),
+                                   std::string("a/b"), std::string("a\nb"), std::string(250, 'x')}) {
         EXPECT_EQ(MakeMetaDataFileName("key", kind, odd), "key.meta.file") << odd;
     }
 }
@@ -173,12 +173,21 @@ TEST(MetaDataFileName, KeysThatWouldBeTakenForSomethingElseAreRefused) {
         EXPECT_THAT(CheckStorableKey(MakeMetaId(key)), FailsWith<IllegalArgumentError>("can't be stored")) << key;
     }
     EXPECT_THAT(CheckStorableKey(InternedId()), FailsWith<IllegalArgumentError>("can't be stored"));
-    for (const char* key : {"a", "assets", "version", "hash", "x.meta"}) EXPECT_THAT(CheckStorableKey(MakeMetaId(key)), Succeeds()) << key;
+    for (const char* key : {"a", "assets", "version", "hash", "x.meta"})
+        EXPECT_THAT(CheckStorableKey(MakeMetaId(key)), Succeeds()) << key;
 }
 
 TEST(VersionCounterFile, AnythingElseThanANumberCountsAsZero) {
-    const std::pair<const char*, UInt> cases[] = {{"12\n", 12},  {"12", 12},  {"12\r\n", 12}, {"12\n99\n", 12}, {"", 0},   {"\n", 0},
-                                                  {"12x\n", 0},  {" 12", 0},  {"-1\n", 0},    {"99999999999999999999\n", 0},
+    const std::pair<const char*, UInt> cases[] = {{"12\n", 12},
+                                                  {"12", 12},
+                                                  {"12\r\n", 12},
+                                                  {"12\n99\n", 12},
+                                                  {"", 0},
+                                                  {"\n", 0},
+                                                  {"12x\n", 0},
+                                                  {" 12", 0},
+                                                  {"-1\n", 0},
+                                                  {"99999999999999999999\n", 0},
                                                   {"9223372036854775808\n", 0}};
     for (const auto& [text, value] : cases) EXPECT_EQ(ParseVersionCounter(text), value) << text;
 }

@@ -42,10 +42,12 @@ protected:
     static std::string Line(PROBLEM problem, const std::string& path) { return std::to_string(Int32(problem)) + " " + path; }
     std::vector<std::string> Sweep(GC_MODE mode, Int64 age) const {
         std::vector<std::string> paths;
-        Need(RepositoryMaintenance::CollectGarbage(GetRoot(), mode, age, [&](const RepositoryMaintenance::Leftover& leftover) -> Result<Bool> {
-            paths.push_back(std::string(leftover.path.GetPath().substr(_scratch.GetPath().size() + 1)) + " " + std::to_string(leftover.bytes));
-            return true;
-        }));
+        Need(RepositoryMaintenance::CollectGarbage(
+            GetRoot(), mode, age, [&](const RepositoryMaintenance::Leftover& leftover) -> Result<Bool> {
+                paths.push_back(std::string(leftover.path.GetPath().substr(_scratch.GetPath().size() + 1)) + " " +
+                                std::to_string(leftover.bytes));
+                return true;
+            }));
         return paths;
     }
     void MakeOld(const std::string& name) const {
@@ -83,8 +85,10 @@ TEST_F(Maintenance, EachKindOfDamageIsFound) {
         {"a/1/hash", "v1\n", PROBLEM::HASH_MISSING, "a/1/hash", "an id that is no hash"},
         {"a/1/key.meta", "{\"root\"", PROBLEM::DOCUMENT_DAMAGED, "a/1/key.meta", "cut short"},
         {"a/1/fast.derived", "x", PROBLEM::DOCUMENT_DAMAGED, "a/1/fast.derived", "a computed value"},
-        {"a/2/net.talvo.asset.timestamp.version", "", PROBLEM::DOCUMENT_DAMAGED, "a/2/net.talvo.asset.timestamp.version", "the time"},
-        {"a/3-deleted/net.talvo.asset.timestamp.version", nullptr, PROBLEM::TIMESTAMP_MISSING, "a/3-deleted", "the time of a mark"},
+        {"a/2/net.talvo.asset.timestamp.version", "", PROBLEM::DOCUMENT_DAMAGED, "a/2/net.talvo.asset.timestamp.version",
+         "the time"},
+        {"a/3-deleted/net.talvo.asset.timestamp.version", nullptr, PROBLEM::TIMESTAMP_MISSING, "a/3-deleted",
+         "the time of a mark"},
         {"a/asset.info", nullptr, PROBLEM::ASSET_INFO_DAMAGED, "a/asset.info", "gone"},
         {"a/asset.info", "a\n", PROBLEM::ASSET_INFO_DAMAGED, "a/asset.info", "one line"},
         {"c/asset.info", "a\nt\n", PROBLEM::ID_DOUBLED, "c", "another directory of a"},
@@ -130,8 +134,8 @@ TEST_F(Maintenance, WhatIsNoRepositoryIsRefused) {
     const Url plain = _scratch.GetUrl() + "plain";
     EXPECT_THAT(RepositoryMaintenance::Verify(plain, 1, [](const RepositoryFinding&) -> Result<Bool> { return true; }),
                 FailsWith<IllegalArgumentError>("is no repository"));
-    EXPECT_THAT(RepositoryMaintenance::CollectGarbage(plain, GC_MODE::REMOVE, 0,
-                                                      [](const RepositoryMaintenance::Leftover&) -> Result<Bool> { return true; }),
+    EXPECT_THAT(RepositoryMaintenance::CollectGarbage(
+                    plain, GC_MODE::REMOVE, 0, [](const RepositoryMaintenance::Leftover&) -> Result<Bool> { return true; }),
                 FailsWith<IllegalArgumentError>("is no repository"));
 }
 
@@ -139,8 +143,8 @@ TEST_F(Maintenance, TheSweepTakesOldWorkOfOursAndNothingElse) {
     const std::string uuid = ".~2c1ecb1c-6e0a-4ee9-8f3b-9b7a6a6a0001";
     const std::string ours[] = {"repo/" + uuid, "repo/a/.~9", "repo/a/1/" + uuid, std::string(USER_TREE) + "/a/.~9"};
     for (const std::string& name : ours) _scratch.Write(name + "/deep/file", "12345");
-    const std::string others[] = {"repo/.hidden", "repo/a/.~lock.asset.odt#", "repo/a/2/.~", "repo/stray/.~9", "repo/b/1/asset/.~9",
-                                  std::string(USER_TREE) + "/other/.~9"};
+    const std::string others[] = {"repo/.hidden",   "repo/a/.~lock.asset.odt#", "repo/a/2/.~",
+                                  "repo/stray/.~9", "repo/b/1/asset/.~9",       std::string(USER_TREE) + "/other/.~9"};
     for (const std::string& name : others) _scratch.Write(name, "x");
     const std::string before = _scratch.List();
     EXPECT_THAT(Sweep(GC_MODE::REMOVE, HOUR), IsEmpty()) << "nothing is old";

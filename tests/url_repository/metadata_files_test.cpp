@@ -91,7 +91,8 @@ TEST_F(MetaDataFiles, KindsThatNoFileStandsForAreRefused) {
     EXPECT_THAT(Set("key", "1", KIND::NONE), Succeeds()) << "stays in memory";
     EXPECT_EQ(Files(), "");
     for (const KIND kind : {DERIVED, USER, KIND::NONE}) {
-        EXPECT_THAT(SetFile("key", "payload.txt", kind), FailsWith<IllegalArgumentError>("can't be stored as a file")) << UInt32(kind);
+        EXPECT_THAT(SetFile("key", "payload.txt", kind), FailsWith<IllegalArgumentError>("can't be stored as a file"))
+            << UInt32(kind);
     }
 }
 
@@ -214,7 +215,8 @@ TEST_F(MetaDataFiles, DerivedValuesDoNotOutliveTheApplicationVersion) {
         EXPECT_EQ(GetMeta(Reload(), "fast"), "-") << "a damaged one counts as not there";
     }
     const Data value(std::tuple<Data, CString>(Data(String("1")), CString("0.001_other")));
-    Need(IoDocument::WriteDocument(_scratch.GetUrl() + "repo/a/1/fast.derived", value, "net.talvo.asset.metadata"_id, DOCUMENT_FORMAT::BINARY));
+    Need(IoDocument::WriteDocument(_scratch.GetUrl() + "repo/a/1/fast.derived", value, "net.talvo.asset.metadata"_id,
+                                   DOCUMENT_FORMAT::BINARY));
     EXPECT_EQ(GetMeta(Reload(), "fast"), "-") << "another version's stamp";
     Need(IoDocument::WriteDocument(_scratch.GetUrl() + "repo/a/1/fast.derived", Data(String("1")), "net.talvo.asset.metadata"_id,
                                    DOCUMENT_FORMAT::BINARY));

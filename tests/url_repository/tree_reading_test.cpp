@@ -12,7 +12,8 @@ protected:
     /// A version with a time, as programs of ours write it.
     void WriteTime(const std::string& version, const std::string& time) const {
         _scratch.Write("repo/" + version + "/net.talvo.asset.timestamp.version",
-                       "{\"root\": \"net.talvo.asset.metadata\", \"format\": 1, \"type\": \"" + TimeType() + "\", \"value\": \"" + time + "\"}\n");
+                       "{\"root\": \"net.talvo.asset.metadata\", \"format\": 1, \"type\": \"" + TimeType() + "\", \"value\": \"" +
+                           time + "\"}\n");
     }
     static std::string TimeType() { return ToText(GetDataType<UniversalDateTime>()->id); }
 };
@@ -25,8 +26,8 @@ TEST_F(TreeReading, FindsVersionsOfAllThreeForms) {
     WriteVersion("one/3-" + sha, "third", "not read");
     _scratch.MakeFolder("repo/one/4-deleted");
     EXPECT_THAT(Describe(Open(ACCESS::READ_ONLY)),
-                ElementsAre("Asset One/deleted#4", "Asset One/0123456789abcdefabcd0123456789abcdef0123#3 third", "Asset One/id2#2 second",
-                            "Asset One/id1#1 first"));
+                ElementsAre("Asset One/deleted#4", "Asset One/0123456789abcdefabcd0123456789abcdef0123#3 third",
+                            "Asset One/id2#2 second", "Asset One/id1#1 first"));
 }
 
 TEST_F(TreeReading, OfOneNumberTheCanonicalNameWins) {
@@ -165,7 +166,8 @@ TEST_F(TreeReading, ADamagedDocumentIsAnErrorThatNamesItsFile) {
 TEST_F(TreeReading, AValueOfAnUnknownTypeIsCarriedToTheNextVersionUnread) {
     WriteInfo("a", "a");
     WriteVersion("a/1", "x");
-    _scratch.Write("repo/a/1/key.meta", "{\"root\": \"net.talvo.asset.metadata\", \"format\": 1, \"type\": \"some.type\", \"value\": [1, \"b\"]}");
+    _scratch.Write("repo/a/1/key.meta",
+                   "{\"root\": \"net.talvo.asset.metadata\", \"format\": 1, \"type\": \"some.type\", \"value\": [1, \"b\"]}");
     const auto repository = Open();
     const Asset loaded = Need(FindLatest(repository, MakeId("a"))->Load(false));
     const AssetDescription next = Need(repository->StoreAsset(MakeId("a"), loaded, nullptr));
@@ -183,7 +185,8 @@ TEST_F(TreeReading, OfTwoDirectoriesWithOneIdTheFirstIsTheAssets) {
 TEST_F(TreeReading, UserAndDerivedTreesAddTheirKindsOnly) {
     WriteInfo("a", "a");
     WriteVersion("a/007", "x");
-    const std::string text = "{\"root\": \"net.talvo.asset.metadata\", \"format\": 1, \"type\": \"" + ToText(GetDataType<String>()->id) + "\", \"value\": \"mine\"}";
+    const std::string text = "{\"root\": \"net.talvo.asset.metadata\", \"format\": 1, \"type\": \"" +
+                             ToText(GetDataType<String>()->id) + "\", \"value\": \"mine\"}";
     _scratch.Write(std::string(USER_TREE) + "/a/7/note.meta", text);
     _scratch.Write(std::string(USER_TREE) + "/a/7/odd.version", text);
     _scratch.Write(std::string(USER_TREE) + "/a/7/asset.txt", "no payload here");
@@ -204,7 +207,8 @@ TEST_F(TreeReading, AReadOnlyRepositoryIsLeftUntouched) {
     const auto repository = Open(ACCESS::READ_ONLY);
     const AssetDescription asset = FindLatest(repository, MakeId("a"));
     const String value("v");
-    EXPECT_THAT(repository->StoreAsset(MakeId("b"), File("x"), nullptr), FailsWith<IllegalStateError>("Repository repo isn't writable"));
+    EXPECT_THAT(repository->StoreAsset(MakeId("b"), File("x"), nullptr),
+                FailsWith<IllegalStateError>("Repository repo isn't writable"));
     EXPECT_THAT(repository->StoreMetaData(asset, MakeMetaId("key"), Data(value), KIND::PERSISTENT),
                 FailsWith<IllegalStateError>("Repository repo isn't writable"));
     EXPECT_THAT(repository->EraseAsset(asset), FailsWith<IllegalStateError>("Repository repo isn't writable"));

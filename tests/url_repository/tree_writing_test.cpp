@@ -3,6 +3,8 @@
 #include "kernel/io/memory_volume.h"
 #include "url_repository/url_repository_fixture.h"
 
+#include <thread>
+
 namespace talvo {
 namespace {
 
@@ -28,7 +30,8 @@ TEST_F(TreeWriting, AStoreWritesTheFilesOfTheFormatAndNoOthers) {
     EXPECT_EQ(_scratch.Read("repo/databaseid"), "repo");
     Store(repository, "File A", "bytes");
     const std::string hash = HashOf("bytes");
-    EXPECT_EQ(ListTree(), std::string("file_a/ file_a/1/ file_a/1/asset.txt file_a/1/hash file_a/1/") + TIME + " file_a/asset.info");
+    EXPECT_EQ(ListTree(),
+              std::string("file_a/ file_a/1/ file_a/1/asset.txt file_a/1/hash file_a/1/") + TIME + " file_a/asset.info");
     EXPECT_EQ(_scratch.Read("repo/file_a/asset.info"), "File A\nnet.talvo.assettype.file\n");
     EXPECT_EQ(_scratch.Read("repo/file_a/1/hash"), hash + "\n");
     EXPECT_EQ(_scratch.Read("repo/version"), "1\n");
@@ -41,7 +44,17 @@ TEST_F(TreeWriting, AStoreWritesTheFilesOfTheFormatAndNoOthers) {
 
 TEST_F(TreeWriting, EachIdHasADirectoryOfItsOwn) {
     auto repository = Open();
-    const std::string ids[] = {"abc", "ABC", "a b", "a_b", "..", ".x", "_index", "version", "tmp-1", "_abc-b5d4045c", std::string(400, 'x'),
+    const std::string ids[] = {"abc",
+                               "ABC",
+                               "a b",
+                               "a_b",
+                               "..",
+                               ".x",
+                               "_index",
+                               "version",
+                               "tmp-1",
+                               "_abc-b5d4045c",
+                               std::string(400, 'x'),
                                std::string(400, 'X')};
     for (const std::string& id : ids) Store(repository, id, id);
     for (const std::string& id : ids) EXPECT_EQ(ReadPayload(FindLatest(repository, MakeId(id))), id);
@@ -68,7 +81,8 @@ TEST_F(TreeWriting, AnIdWithoutPlaceIsRefused) {
     auto repository = Open();
     _scratch.Write("repo/x/notes.txt", "mine");
     _scratch.Write("repo/_x-2d711642/notes.txt", "mine");
-    EXPECT_THAT(repository->StoreAsset(MakeId("x"), File("bytes"), nullptr), FailsWith<IllegalStateError>("There is no directory for asset x"));
+    EXPECT_THAT(repository->StoreAsset(MakeId("x"), File("bytes"), nullptr),
+                FailsWith<IllegalStateError>("There is no directory for asset x"));
     EXPECT_EQ(ListTree(), "_x-2d711642/ _x-2d711642/notes.txt x/ x/notes.txt");
 }
 
@@ -147,16 +161,36 @@ TEST_F(TreeWriting, NoNumberIsUsedTwice) {
     Describe(other);  // knows version 1 only
     Store(repository, "a", "2");
     Store(other, "a", "3");
-    _scratch.MakeFolder("repo/a/4");     // empty: the rest of somebody's work
-    _scratch.MakeFolder("repo/a/.~5");   // reserved
+    _scratch.MakeFolder("repo/a/4");    // empty: the rest of somebody's work
+    _scratch.MakeFolder("repo/a/.~5");  // reserved
     _scratch.Write("repo/a/6", "a file");
     _scratch.MakeFolder("repo/a/07-deleted");
     Store(other, "a", "8");
-    EXPECT_THAT(Describe(Open()),
-                ElementsAre("a/" + HashOf("8") + "#8 8", "a/" + HashOf("3") + "#3 3", "a/" + HashOf("2") + "#2 2", "a/" + HashOf("1") + "#1 1",
-                            "a/deleted#7"));
+    EXPECT_THAT(Describe(Open()), ElementsAre("a/" + HashOf("8") + "#8 8", "a/" + HashOf("3") + "#3 3",
+                                              "a/" + HashOf("2") + "#2 2", "a/" + HashOf("1") + "#1 1", "a/deleted#7"));
     EXPECT_EQ(_scratch.List("repo/a/4"), "");
     EXPECT_EQ(_scratch.Read("repo/a/6"), "a file");
+}
+
+TEST_F(TreeWriting, SeveralRepositoriesOnOneTreeTakeNumbersInTurns) {
+    constexpr Int WRITERS = 4, STORES = 6;
+    Open();
+    std::vector<std::string> names;
+    for (Int i = 0; i < WRITERS; ++i) names.push_back("writer" + std::to_string(i));
+    for (const std::string& name : names) _scratch.Write(name, name);
+    std::vector<std::thread> writers;
+    for (const std::string& name : names) {
+        writers.emplace_back([&, name] {
+            const auto repository = Open();  // as another process would
+            for (Int i = 0; i < STORES; ++i) Need(repository->StoreAsset(MakeId("a"), MakeFileAsset(UrlOf(name)), nullptr));
+        });
+    }
+    for (std::thread& writer : writers) writer.join();
+    const auto all = Describe(Open());
+    ASSERT_EQ(all.size(), std::size_t(WRITERS * STORES));
+    for (const std::string& name : names)
+        EXPECT_EQ(std::count_if(all.begin(), all.end(), [&](auto& line) { return line.ends_with(name); }), STORES);
+    EXPECT_EQ(ListTree().find(".~"), std::string::npos);
 }
 
 TEST_F(TreeWriting, HiddenLeftoversAreNeverSeen) {
@@ -205,8 +239,10 @@ TEST_F(TreeWriting, APayloadThatCannotBeReadLeavesNoVersion) {
     auto repository = Open();
     Store(repository, "a", "1");
     const std::string before = _scratch.List("repo/a");
-    EXPECT_THAT(repository->StoreAsset(MakeId("a"), MakeFileAsset(UrlOf("missing.txt")), nullptr), FailsWith<IoError>("missing.txt"));
-    EXPECT_THAT(repository->OverwriteAsset(MakeId("a"), MakeFileAsset(UrlOf("missing.txt")), nullptr), FailsWith<IoError>("missing.txt"));
+    EXPECT_THAT(repository->StoreAsset(MakeId("a"), MakeFileAsset(UrlOf("missing.txt")), nullptr),
+                FailsWith<IoError>("missing.txt"));
+    EXPECT_THAT(repository->OverwriteAsset(MakeId("a"), MakeFileAsset(UrlOf("missing.txt")), nullptr),
+                FailsWith<IoError>("missing.txt"));
     EXPECT_EQ(_scratch.List("repo/a"), before);
     ExpectSameAfterReload(repository);
 }
@@ -234,7 +270,8 @@ TEST_F(TreeWriting, WorksWithoutFilesOfTheSystem) {
     const auto volume = Need(MemoryVolume::Create());
     const Url root = volume->GetRoot();
     const auto open = [&] {
-        return Need(AssetInterface::CreateRepositoryFromUrl(MakeId("memory"), REPOSITORYTYPE_DATABASE, {}, root, true, false, false));
+        return Need(
+            AssetInterface::CreateRepositoryFromUrl(MakeId("memory"), REPOSITORYTYPE_DATABASE, {}, root, true, false, false));
     };
     auto repository = open();
     Store(repository, "a", "1");

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -32,8 +33,8 @@ protected:
     /// Opens the directory `repo`. Its id is "repo" if it has none.
     UpdatableAssetRepositoryRef Open(ACCESS access = ACCESS::WRITABLE) const {
         const Id rid = access == ACCESS::WRITABLE ? MakeId("repo") : Id();
-        return Need(AssetInterface::CreateRepositoryFromUrl(rid, REPOSITORYTYPE_DATABASE, {}, GetRoot(), access == ACCESS::WRITABLE, false,
-                                                            false));
+        return Need(AssetInterface::CreateRepositoryFromUrl(rid, REPOSITORYTYPE_DATABASE, {}, GetRoot(),
+                                                            access == ACCESS::WRITABLE, false, false));
     }
     /// The repository seen as what it offers beyond others.
     template <typename INTERFACE>
@@ -41,7 +42,9 @@ protected:
         return dynamic_cast<INTERFACE&>(*repository);
     }
     Url GetRoot() const { return _scratch.GetUrl() + "repo"; }
-    Asset File(std::string_view bytes, std::string_view name = "payload.txt") const { return MakeFileAsset(_scratch, name, bytes); }
+    Asset File(std::string_view bytes, std::string_view name = "payload.txt") const {
+        return MakeFileAsset(_scratch, name, bytes);
+    }
     AssetDescription Store(const AssetRepositoryRef& repository, std::string_view aid, std::string_view bytes) const {
         return Need(repository->StoreAsset(MakeId(aid), File(bytes), nullptr));
     }
@@ -55,17 +58,16 @@ protected:
     }
     /// Each version with its payload: "id/version#number bytes", deletion marks as "id/deleted#number", sorted by id, newest first.
     static std::vector<std::string> Describe(const AssetRepositoryRef& repository) {
-        std::vector<std::string> lines;
+        std::map<std::string, std::vector<std::string>> byId;
         const auto mode = MODE::ALL_VERSIONS | MODE::WITH_DELETED | MODE::WITHOUT_BASES;
         Need(FindAssets(repository, {}, Id(), Id(), mode, [&](const AssetDescription& found) -> Result<Bool> {
             std::string line = ToText(found) + "#" + std::to_string(found.GetVersionKey().counter);
             if (!found->IsDeleted()) line += " " + ReadPayload(found);
-            lines.push_back(line);
+            byId[line.substr(0, line.find('/'))].push_back(line);
             return true;
         }));
-        std::stable_sort(lines.begin(), lines.end(), [](const std::string& a, const std::string& b) {
-            return a.substr(0, a.find('/')) < b.substr(0, b.find('/'));
-        });
+        std::vector<std::string> lines;
+        for (const auto& entry : byId) lines.insert(lines.end(), entry.second.begin(), entry.second.end());
         return lines;
     }
     static std::vector<std::string> IdsOf(const AssetRepositoryRef& repository) {

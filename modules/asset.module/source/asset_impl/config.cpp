@@ -8,7 +8,8 @@ ConfigVariable g_applicationRepositoryWritable{
 ConfigVariable g_builtinRepositoryWritable{"g_builtinRepositoryWritable", false,
                                            "Allows to write meta data of assets of the built-in repository."};
 ConfigVariable g_disableDerivedCache{"g_disableDerivedCache", false, "Disabled the derived cache of builtin nodes."};
-ConfigVariable g_generateAssetRepositoryGml{"g_generateAssetRepositoryGml", false, "Generate an asset repository dependency gml graph."};
+ConfigVariable g_generateAssetRepositoryGml{"g_generateAssetRepositoryGml", false,
+                                            "Generate an asset repository dependency gml graph."};
 ConfigVariable g_assetDiagnostic{"g_assetDiagnostic", false, "diagnostic for asset database mounting."};
 ConfigVariable g_enableAssetWatchFolders{"g_enableAssetWatchFolders", true,
                                          "enable experimental watch folders inside the asset browser."};

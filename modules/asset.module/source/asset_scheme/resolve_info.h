@@ -8,7 +8,7 @@ namespace talvo {
 
 /// Side data of a url. It counts only while `urlText` is the text of the url that carries it: a changed url is resolved anew.
 struct ResolveInfo {
-    Url target;                    ///< where the bytes lie
+    Url target;  ///< where the bytes lie
     String urlText;
     AssetDescription description;  ///< the version found; null where it would hold itself, as in a value of its own metadata
 

@@ -50,7 +50,8 @@ Result<std::string> MakeDirectoryName(const Id& id) {
 
 Result<std::string> MakeHashedDirectoryName(const Id& id) {
     const std::string digest = TRY(HashText(id.GetView()));
-    return "_" + FoldDirectoryName(id.GetView().substr(0, LONGEST_NAME)) + "-" + ToHex(std::string_view(digest).substr(0, DIGEST_BYTES));
+    return "_" + FoldDirectoryName(id.GetView().substr(0, LONGEST_NAME)) + "-" +
+           ToHex(std::string_view(digest).substr(0, DIGEST_BYTES));
 }
 
 }  // namespace talvo

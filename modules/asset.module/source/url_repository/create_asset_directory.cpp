@@ -61,9 +61,9 @@ Result<Url> PlaceAnywhere(const Url& root, const Url& hidden, const AssetInfo& i
         TRY(SyncNames(root));
         return directory;
     }
-    return IllegalStateError::Create(
-        FormatMessage("There is no directory for asset @ in @: \"@\" and \"@\" hold something else. Move them away or use another id.", info.id,
-                      root, first, second));
+    return IllegalStateError::Create(FormatMessage(
+        "There is no directory for asset @ in @: \"@\" and \"@\" hold something else. Move them away or use another id.", info.id,
+        root, first, second));
 }
 
 }  // namespace

@@ -44,8 +44,8 @@ Result<Identity> EnsureIdentity(const UrlRepositoryRequest& request) {
     }
     const Id given = TRY(CreateDatabaseId(request.url, wanted));
     if (request.id.IsPopulated() && given != request.id) {
-        return IllegalStateError::Create(
-            FormatMessage("The repository at path @ was given the identifier @ meanwhile. Open it with that one.", request.url, given));
+        return IllegalStateError::Create(FormatMessage(
+            "The repository at path @ was given the identifier @ meanwhile. Open it with that one.", request.url, given));
     }
     return Identity{given, access};
 }
@@ -92,10 +92,12 @@ Result<UpdatableAssetRepositoryRef> CreateUrlRepository(const UrlRepositoryReque
 
 Result<UpdatableAssetRepositoryRef> AssetInterface::CreateRepositoryFromUrl(const Id& rid, const Id& repoType,
                                                                             Block<const AssetRepositoryRef> bases, const Url& url,
-                                                                            Bool writable, Bool derivedInPrefs, Bool tempRepository) {
+                                                                            Bool writable, Bool derivedInPrefs,
+                                                                            Bool tempRepository) {
     return CatchOutOfMemory([&]() -> Result<UpdatableAssetRepositoryRef> {
         if (repoType == REPOSITORYTYPE_WATCHFOLDER) {
-            return UnsupportedOperationError::Create(FormatMessage("@ can't be opened: watch folders are not part of this version.", url));
+            return UnsupportedOperationError::Create(
+                FormatMessage("@ can't be opened: watch folders are not part of this version.", url));
         }
         if (repoType != REPOSITORYTYPE_DATABASE) {
             return IllegalArgumentError::Create(FormatMessage("Undefined repository type for url: @", url));

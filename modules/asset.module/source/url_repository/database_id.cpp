@@ -22,8 +22,8 @@ Result<Opt<Id>> ReadDatabaseId(const Url& root) {
     if (text.empty()) return Opt<Id>();
     Opt<Id> id = ParseIdLine(text);
     if (!id) {
-        return FileFormatError::Create(
-            FormatMessage("@ holds no identifier of a repository: it has control characters or is too long. Restore the file.", file));
+        return FileFormatError::Create(FormatMessage(
+            "@ holds no identifier of a repository: it has control characters or is too long. Restore the file.", file));
     }
     return id;
 }

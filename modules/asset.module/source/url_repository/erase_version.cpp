@@ -27,7 +27,8 @@ Result<void> HideAll(const Url& assetDirectory, const std::vector<VersionDirecto
     }
     if (outcome.IsOk()) outcome = SyncNames(assetDirectory);
     if (outcome.IsOk()) return outcome;
-    for (const Hidden& each : done) each.hidden.IoRename(each.directory, RENAME_MODE::NO_REPLACE).Ignore("the error at hand tells more");
+    for (const Hidden& each : done)
+        each.hidden.IoRename(each.directory, RENAME_MODE::NO_REPLACE).Ignore("the error at hand tells more");
     done.clear();
     return outcome;
 }
@@ -95,7 +96,8 @@ Result<Opt<Url>> UrlAssetRepositoryImpl::HideAsset(const Url& directory) {
     if (inUse) return Opt<Url>();
     Url hidden = TRY(HideDirectory(directory));
     const Result<void> synced = SyncNames(GetRoot());
-    if (synced.IsError()) Log(LOG_LEVEL::WARNING, "@ may come back after a loss of power: @", directory, synced.GetError()->GetMessage());
+    if (synced.IsError())
+        Log(LOG_LEVEL::WARNING, "@ may come back after a loss of power: @", directory, synced.GetError()->GetMessage());
     return Opt<Url>(std::move(hidden));
 }
 

@@ -40,8 +40,8 @@ Result<UniversalDateTime> GetYoungest(const Url& url) {
 
 class Sweep {
 public:
-    Sweep(GC_MODE mode, Int64 minimumAge, Receiver<Leftover> receiver)
-        : _mode(mode), _latest(UniversalDateTime::GetNow().GetValue() - minimumAge), _receiver(receiver) {}
+    Sweep(RepositoryLock& lock, GC_MODE mode, Int64 minimumAge, Receiver<Leftover> receiver)
+        : _lock(lock), _mode(mode), _latest(UniversalDateTime::GetNow().GetValue() - minimumAge), _receiver(receiver) {}
 
     /// The repository itself. @return whether to go on, as each of these.
     Result<Bool> SweepRoot(const Url& root) {
@@ -84,15 +84,32 @@ private:
     }
 
     Result<Bool> SweepLeftover(const Url& tree, const Url& leftover) {
-        const Result<UniversalDateTime> youngest = GetYoungest(leftover);
-        if (youngest.IsError() && leftover.IoDetect() == IO_DETECT::NOT_THERE) return true;  // its work has just ended
-        if (youngest.IsError()) return youngest.GetError();
-        if (youngest.GetValue().GetValue() > _latest) return true;
+        const Result<Bool> isOld = IsOld(leftover);
+        if (isOld.IsError() && leftover.IoDetect() == IO_DETECT::NOT_THERE) return true;  // its work has just ended
+        if (isOld.IsError()) return isOld.GetError();
+        if (!isOld.GetValue()) return true;
         const Int64 bytes = TRY(FileUtilities::GetSize(leftover));
-        if (_mode == GC_MODE::REMOVE) TRY(DeleteBelow(tree, leftover));
+        if (_mode == GC_MODE::REMOVE) {
+            const Opt<Url> hidden = TRY(TakeAway(leftover));
+            if (!hidden) return true;
+            TRY(DeleteBelow(tree, *hidden));
+        }
         return _receiver(Leftover{leftover, bytes});
     }
+    Result<Bool> IsOld(const Url& leftover) const {
+        const UniversalDateTime youngest = TRY(GetYoungest(leftover));
+        return youngest.GetValue() <= _latest;
+    }
+    /// Gives the leftover a name that nobody knows, so that deleting it, which may take long, needs no lock. Nothing if it is used again.
+    Result<Opt<Url>> TakeAway(const Url& leftover) {
+        const RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_lock));
+        const Bool isOld = TRY(IsOld(leftover));
+        if (!isOld) return Opt<Url>();
+        Url hidden = TRY(HideDirectory(leftover));
+        return Opt<Url>(std::move(hidden));
+    }
 
+    RepositoryLock& _lock;
     const GC_MODE _mode;
     const Int64 _latest;  // what changed later stays
     const Receiver<Leftover> _receiver;
@@ -106,12 +123,7 @@ Result<void> RepositoryMaintenance::CollectGarbage(const Url& root, GC_MODE mode
         const Opt<Id> id = TRY(ReadDatabaseId(root));
         if (!id) return IllegalArgumentError::Create(FormatMessage("@ is no repository: it has no identifier.", root));
         RepositoryLock lock(root);
-        Opt<RepositoryWriteLock> held;
-        if (mode == GC_MODE::REMOVE) {
-            RepositoryWriteLock taken = TRY(RepositoryWriteLock::Create(lock));
-            held.emplace(std::move(taken));
-        }
-        Sweep sweep(mode, minimumAge, receiver);
+        Sweep sweep(lock, mode, minimumAge, receiver);
         const Url generated = TRY(GetGeneratedTree(*id));
         const Url user = TRY(GetUserTree());
         sweep.AddSideTree(generated);

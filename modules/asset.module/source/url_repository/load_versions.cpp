@@ -32,7 +32,8 @@ struct UrlAssetRepositoryImpl::LoadedVersion {
     AssetMetaDataTable metaData;
 };
 
-Result<void> UrlAssetRepositoryImpl::LoadVersionsImpl(const Id& aid, const Id& type, const Data& adata, AssetVersionReceiver receiver) {
+Result<void> UrlAssetRepositoryImpl::LoadVersionsImpl(const Id& aid, const Id& type, const Data& adata,
+                                                      AssetVersionReceiver receiver) {
     const UrlAssetData asset = TRY(adata.Get<UrlAssetData>());
     const std::vector<VersionDirectory> versions = TRY(ScanAssetDirectory(asset.url));
     Opt<UInt> last;
@@ -71,7 +72,8 @@ Result<Opt<UrlAssetRepositoryImpl::LoadedVersion>> UrlAssetRepositoryImpl::LoadV
     return Opt<LoadedVersion>(std::move(loaded));
 }
 
-Result<void> UrlAssetRepositoryImpl::LoadVersionId(const VersionDirectory& version, const VersionContent& content, LoadedVersion& loaded) {
+Result<void> UrlAssetRepositoryImpl::LoadVersionId(const VersionDirectory& version, const VersionContent& content,
+                                                   LoadedVersion& loaded) {
     if (loaded.deleted) {
         loaded.versionId = DELETED_VERSION;
         return OK;

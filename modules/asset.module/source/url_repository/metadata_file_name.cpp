@@ -31,7 +31,8 @@ Bool HasOddCharacter(std::string_view text) {
 Opt<MetaDataFileName> ParseDocumentName(std::string_view name) {
     for (const SuffixKind& each : SUFFIXES) {
         if (name.size() <= each.suffix.size() || !name.ends_with(each.suffix)) continue;
-        MetaDataFileName result{std::string(name.substr(0, name.size() - each.suffix.size())), each.kind, MetaDataFileName::FORM::DOCUMENT};
+        MetaDataFileName result{std::string(name.substr(0, name.size() - each.suffix.size())), each.kind,
+                                MetaDataFileName::FORM::DOCUMENT};
         if (result.key == ASSETMETADATA::TIMESTAMP.GetView()) result.kind = result.kind | KIND::READ_ONLY;
         return result;
     }
@@ -45,8 +46,8 @@ Bool IsPayloadName(std::string_view name) {
 }
 
 Bool IsStorableKind(KIND kind) {
-    return kind == KIND::PERSISTENT || kind == (KIND::PERSISTENT | KIND::VERSIONED) || kind == KIND_STORE_TIME || kind == KIND_DERIVED ||
-           kind == KIND_USER;
+    return kind == KIND::PERSISTENT || kind == (KIND::PERSISTENT | KIND::VERSIONED) || kind == KIND_STORE_TIME ||
+           kind == KIND_DERIVED || kind == KIND_USER;
 }
 
 std::string MakePayloadName(std::string_view suffix) {
@@ -71,7 +72,8 @@ std::string MakeMetaDataFileName(std::string_view key, KIND kind, std::string_vi
     const std::string base = MakeMetaDataFileName(key, kind);
     const std::string name = base + "." + std::string(suffix);
     const Opt<MetaDataFileName> read = ParseMetaDataFileName(name);
-    const Bool readsBack = read && read->form == MetaDataFileName::FORM::FILE && read->key == key && GetSuffixOf(read->kind) == GetSuffixOf(kind);
+    const Bool readsBack =
+        read && read->form == MetaDataFileName::FORM::FILE && read->key == key && GetSuffixOf(read->kind) == GetSuffixOf(kind);
     const Bool usable = readsBack && !suffix.empty() && suffix.size() <= LONGEST_SUFFIX;
     return usable ? name : base + ".file";
 }
@@ -80,10 +82,11 @@ Result<void> CheckStorableKey(const InternedId& key) {
     const std::string_view text = key.GetView();
     const Bool storable = !text.empty() && text.front() != '.' && !IsPayloadName(text) && !HasOddCharacter(text);
     if (storable) return OK;
-    return IllegalArgumentError::Create(FormatMessage(
-        "Meta data id \"@\" can't be stored: its file would be taken for something else. Use an id that is not empty, does not begin with "
-        "\".\" and is neither \"asset\" nor begins with \"asset.\".",
-        key));
+    return IllegalArgumentError::Create(
+        FormatMessage("Meta data id \"@\" can't be stored: its file would be taken for something else. Use an id that is not "
+                      "empty, does not begin with "
+                      "\".\" and is neither \"asset\" nor begins with \"asset.\".",
+                      key));
 }
 
 }  // namespace talvo

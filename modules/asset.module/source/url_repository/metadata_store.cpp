@@ -20,7 +20,8 @@ Result<Url> ResolveSource(const Url& source) {
     if (source.GetScheme() != META_SCHEME) return source;
     Opt<Url> target = FindResolveTarget(source);
     if (target) return std::move(*target);
-    return IoError::Create(FormatMessage("Can't read @: the url has lost where its file lies. Read the value from its repository again.", source));
+    return IoError::Create(
+        FormatMessage("Can't read @: the url has lost where its file lies. Read the value from its repository again.", source));
 }
 
 Result<void> CopyValue(const Url& source, const Url& target) {
@@ -44,12 +45,6 @@ Result<void> PlaceValue(const Url& root, const Url& source, const Url& target) {
     return placed;
 }
 
-Result<void> WriteInHiddenDirectory(const Url& file, std::string_view text) {
-    const OutputStreamRef stream = TRY(file.OpenOutputStream(OUTPUT_MODE::OVERWRITE));
-    TRY(stream->Write(text));
-    return stream->Close();
-}
-
 }  // namespace
 
 Result<void> UrlAssetRepositoryImpl::CheckMetaDataWrite(const InternedId& metaId, KIND kind) const {
@@ -63,17 +58,20 @@ Result<void> UrlAssetRepositoryImpl::CheckMetaDataWrite(const InternedId& metaId
 Result<Url> UrlAssetRepositoryImpl::GetMetaDataDirectory(const Url& versionDirectory, KIND kind) const {
     Opt<Url> directory = FindMetaDataDirectory(versionDirectory, kind);
     if (directory) return std::move(*directory);
-    return UnsupportedOperationError::Create(FormatMessage("Asset repository @ doesn't support to store derived meta data.", GetId()));
+    return UnsupportedOperationError::Create(
+        FormatMessage("Asset repository @ doesn't support to store derived meta data.", GetId()));
 }
 
-Result<Data> UrlAssetRepositoryImpl::StoreMetaDataImpl(const Data& vdata, const InternedId& metaId, const Data& data, const IdAndVersion& asset,
-                                                       const Url& source, ASSET_METADATA_KIND kind, Bool urlMode) {
+Result<Data> UrlAssetRepositoryImpl::StoreMetaDataImpl(const Data& vdata, const InternedId& metaId, const Data& data,
+                                                       const IdAndVersion& asset, const Url& source, ASSET_METADATA_KIND kind,
+                                                       Bool urlMode) {
     // Without PERSISTENT a value lives in memory only.
     if (!urlMode && !HasFlag(kind, KIND::PERSISTENT)) return data;
     const Bool canBeFile = HasFlag(kind, KIND::PERSISTENT) && !HasFlag(kind, KIND::DERIVED) && !HasFlag(kind, KIND::USER);
     if (urlMode && !canBeFile) {
-        return IllegalArgumentError::Create(FormatMessage(
-            "Meta data id @ can't be stored as a file with kind @: only values of the asset or of a version can.", metaId, UInt32(kind)));
+        return IllegalArgumentError::Create(
+            FormatMessage("Meta data id @ can't be stored as a file with kind @: only values of the asset or of a version can.",
+                          metaId, UInt32(kind)));
     }
     TRY(CheckMetaDataWrite(metaId, kind));
     const Url versionDirectory = TRY(GetVersionUrl(vdata));
@@ -105,17 +103,17 @@ Result<void> UrlAssetRepositoryImpl::DropDerivedValues(const Url& versionDirecto
     return OK;
 }
 
-Result<void> UrlAssetRepositoryImpl::WriteDocument(const Url& directory, const Bool staged, const InternedId& metaId, const Data& data,
-                                                   KIND kind) {
+Result<void> UrlAssetRepositoryImpl::WriteDocument(const Url& directory, const Bool staged, const InternedId& metaId,
+                                                   const Data& data, KIND kind) {
     const std::string text = TRY(MakeMetaDataDocument(data, kind));
     const std::string name = MakeMetaDataFileName(metaId.GetView(), kind);
-    if (staged) return WriteInHiddenDirectory(directory + name, text);
+    if (staged && !HasFlag(kind, KIND::USER)) return WriteNewFile(directory + name, text);
     TRY(ReplaceFile(directory + name, text));
     return HasFlag(kind, KIND::DERIVED) ? Result<void>(OK) : RemoveValue(directory, metaId, kind, name);
 }
 
-Result<Data> UrlAssetRepositoryImpl::WriteFileValue(const Url& directory, const Bool staged, const InternedId& metaId, const Url& source,
-                                                    const IdAndVersion& asset, KIND kind) {
+Result<Data> UrlAssetRepositoryImpl::WriteFileValue(const Url& directory, const Bool staged, const InternedId& metaId,
+                                                    const Url& source, const IdAndVersion& asset, KIND kind) {
     const Url file = TRY(ResolveSource(source));
     const std::string name = MakeMetaDataFileName(metaId.GetView(), kind, source.GetSuffix());
     if (staged) {
@@ -129,7 +127,8 @@ Result<Data> UrlAssetRepositoryImpl::WriteFileValue(const Url& directory, const 
 }
 
 /// Removes the files of `metaId` in this directory but the one named `except`.
-Result<void> UrlAssetRepositoryImpl::RemoveValue(const Url& directory, const InternedId& metaId, KIND kind, std::string_view except) {
+Result<void> UrlAssetRepositoryImpl::RemoveValue(const Url& directory, const InternedId& metaId, KIND kind,
+                                                 std::string_view except) {
     const std::string document = MakeMetaDataFileName(metaId.GetView(), kind);
     const VersionContent content = TRY(ScanVersionDirectory(directory));
     Bool removed = false;

@@ -73,7 +73,8 @@ Result<void> UrlAssetRepositoryImpl::PublishVersionImpl(AssetStoreResult& stored
     return OK;
 }
 
-Result<void> UrlAssetRepositoryImpl::PublishSideTrees(const Url& hidden, const StagedVersion& staged, std::vector<SideTreeMove>& moves) {
+Result<void> UrlAssetRepositoryImpl::PublishSideTrees(const Url& hidden, const StagedVersion& staged,
+                                                      std::vector<SideTreeMove>& moves) {
     for (const Url& tree : GetSideTrees()) TRY(PublishSideTree(tree, hidden, staged, moves));
     return OK;
 }
@@ -81,13 +82,15 @@ Result<void> UrlAssetRepositoryImpl::PublishSideTrees(const Url& hidden, const S
 // A directory that is there already belongs to the version that is replaced, or to one that a stop left behind.
 Result<void> UrlAssetRepositoryImpl::PublishSideTree(const Url& tree, const Url& hidden, const StagedVersion& staged,
                                                      std::vector<SideTreeMove>& moves) {
-    SideTreeMove step{tree, GetSideDirectory(tree, hidden), GetSideDirectory(tree, staged.finalDirectory), SideTreeMove::MOVE::PLACED};
+    SideTreeMove step{tree, GetSideDirectory(tree, hidden), GetSideDirectory(tree, staged.finalDirectory),
+                      SideTreeMove::MOVE::PLACED};
     const Bool hasNew = IsThere(step.hidden);
-    const Bool hasOld = IsThere(step.final);
     if (hasNew) TRY(SyncTree(step.hidden));
     // Repositories share the user tree: what is there under a fresh number may be another one's, of an asset with the same id.
-    const Bool isShared = hasOld && tree == _places.user && staged.purpose == StagedVersion::PURPOSE::NEW;
-    if (isShared) return hasNew ? MoveFiles(tree, step.hidden, step.final) : Result<void>(OK);
+    const Bool isShared = tree == _places.user && staged.purpose == StagedVersion::PURPOSE::NEW;
+    if (isShared && !hasNew) return OK;
+    const Bool hasOld = IsThere(step.final);
+    if (isShared && hasOld) return MoveFiles(tree, step.hidden, step.final);
     if (hasNew) {
         TRY(Exchange(step.hidden, step.final));
         if (hasOld) step.move = SideTreeMove::MOVE::EXCHANGED;
@@ -107,7 +110,8 @@ void UrlAssetRepositoryImpl::TakeBack(const std::vector<SideTreeMove>& moves) {
         const Bool hidden = move.move == SideTreeMove::MOVE::HIDDEN;
         const Url& from = hidden ? move.hidden : move.final;
         const Url& to = hidden ? move.final : move.hidden;
-        from.IoRename(to, exchanged ? RENAME_MODE::EXCHANGE : RENAME_MODE::NO_REPLACE).Ignore("the error that led here tells more");
+        from.IoRename(to, exchanged ? RENAME_MODE::EXCHANGE : RENAME_MODE::NO_REPLACE)
+            .Ignore("the error that led here tells more");
     }
 }
 

@@ -7,6 +7,8 @@
 #include "url_repository/tree_access.h"
 #include "url_repository/url_asset_repository.h"
 
+#include <algorithm>
+
 namespace talvo {
 
 namespace {
@@ -16,7 +18,18 @@ constexpr std::size_t DIGEST_BYTES = 32;
 Result<void> CheckVersionId(const Id& versionId) {
     if (versionId != DELETED_VERSION && versionId != g_newVersion && versionId.IsPopulated()) return OK;
     return IllegalArgumentError::Create(FormatMessage(
-        "The version id \"@\" can't be given to a version with content: it has a meaning of its own. Use another one.", versionId));
+        "The version id \"@\" can't be given to a version with content: it has a meaning of its own. Use another one.",
+        versionId));
+}
+
+/// Whether anything has a name that reads as this number, a file or a link as well.
+Result<Bool> IsNumberUsed(const Url& assetDirectory, UInt number) {
+    const IoConnectionRef connection = TRY(assetDirectory.OpenConnection());
+    const BaseArray<IoEntry> entries = TRY(connection->Browse(BROWSE_MODE::NAMES));
+    return std::any_of(entries.begin(), entries.end(), [&](const IoEntry& entry) {
+        const Opt<VersionDirectoryName> name = ParseVersionDirectoryName(entry.name);
+        return name && name->number == number;
+    });
 }
 
 /// Copies entry by entry, each file by the type, which enciphers it.
@@ -58,8 +71,8 @@ struct UrlAssetRepositoryImpl::PayloadRequest {
 };
 
 Result<AssetStoreResult> UrlAssetRepositoryImpl::StoreImpl(const Asset& asset, Bool deleteAsset, const Id& overwrittenHash,
-                                                           const AssetDescription& source, Data& adata, const AssetVersionNumber& version,
-                                                           Bool addEncryption) {
+                                                           const AssetDescription& source, Data& adata,
+                                                           const AssetVersionNumber& version, Bool addEncryption) {
     CHECK_STATE(IsWritable(), "_writable");
     CHECK_ARGUMENT(!addEncryption || source, "!addEncryption || source");
     CHECK_ARGUMENT(deleteAsset || asset || source, "deleteAsset || asset || source");
@@ -86,7 +99,8 @@ Result<AssetStoreResult> UrlAssetRepositoryImpl::StoreImpl(const Asset& asset, B
 }
 
 // A number is taken if it is reserved, or anything in the asset's directory reads as it: another process may have stored meanwhile.
-Result<Opt<UrlAssetRepositoryImpl::Staging>> UrlAssetRepositoryImpl::ReserveNewVersion(const Url& assetDirectory, UInt number, Bool deleted) {
+Result<Opt<UrlAssetRepositoryImpl::Staging>> UrlAssetRepositoryImpl::ReserveNewVersion(const Url& assetDirectory, UInt number,
+                                                                                       Bool deleted) {
     const RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_lock));
     Staging staging;
     staging.directory = assetDirectory + MakeReservationName(number);
@@ -94,11 +108,10 @@ Result<Opt<UrlAssetRepositoryImpl::Staging>> UrlAssetRepositoryImpl::ReserveNewV
     staging.version = {assetDirectory + name, number, StagedVersion::PURPOSE::NEW};
     const Bool reserved = TRY(staging.directory.IoCreateDirectoryExclusive());
     if (!reserved) return Opt<Staging>();
-    const Result<std::vector<VersionDirectory>> same = FindVersionDirectories(assetDirectory, number);
-    const Bool isFree = same.IsOk() && same.GetValue().empty() && staging.version.finalDirectory.IoDetect() == IO_DETECT::NOT_THERE;
-    if (isFree) return Opt<Staging>(std::move(staging));
+    const Result<Bool> used = IsNumberUsed(assetDirectory, number);
+    if (used.IsOk() && !used.GetValue()) return Opt<Staging>(std::move(staging));
     DeleteHidden(GetRoot(), staging.directory);
-    if (same.IsError()) return same.GetError();
+    if (used.IsError()) return used.GetError();
     return Opt<Staging>();
 }
 
@@ -130,8 +143,9 @@ Result<AssetStoreResult> UrlAssetRepositoryImpl::WriteVersion(const PayloadReque
     } else {
         const Url from = TRY_REF(request.source->GetUrl());
         result.url = staging.directory + MakePayloadName(from.GetSuffix());
-        const AssetType type =
-            request.content == PayloadRequest::CONTENT::ENCIPHERED_SOURCE ? FindAssetType(request.source->GetTypeId()) : AssetType();
+        const AssetType type = request.content == PayloadRequest::CONTENT::ENCIPHERED_SOURCE
+                                   ? FindAssetType(request.source->GetTypeId())
+                                   : AssetType();
         if (type) {
             TRY(CopyEnciphered(type, request.source, from, result.url));
             TRY(StoreTree(result.url, Url(), MakePayloadHashStream(), digest));

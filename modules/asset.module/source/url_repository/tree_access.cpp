@@ -79,7 +79,8 @@ Result<void> DeleteBelow(const Url& root, const Url& victim) {
     if (victim.IoDetect() == IO_DETECT::NOT_THERE) return OK;
     const IoConnectionRef connection = TRY(victim.OpenConnection());
     const Bool isLink = TRY(connection->IoIsLink());
-    if (isLink) return IllegalStateError::Create(FormatMessage("@ is not removed, since it is a link. Remove it yourself.", victim));
+    if (isLink)
+        return IllegalStateError::Create(FormatMessage("@ is not removed, since it is a link. Remove it yourself.", victim));
     return connection->IoDelete();
 }
 
@@ -127,8 +128,12 @@ Result<void> SyncAll(const Url& directory) {
 
 }  // namespace
 
-Result<void> SyncTree(const Url& directory) { return GetDurability() == DURABILITY::DURABLE ? SyncAll(directory) : Result<void>(OK); }
+Result<void> SyncTree(const Url& directory) {
+    return GetDurability() == DURABILITY::DURABLE ? SyncAll(directory) : Result<void>(OK);
+}
 
-Result<void> SyncNames(const Url& directory) { return GetDurability() == DURABILITY::DURABLE ? Sync(directory) : Result<void>(OK); }
+Result<void> SyncNames(const Url& directory) {
+    return GetDurability() == DURABILITY::DURABLE ? Sync(directory) : Result<void>(OK);
+}
 
 }  // namespace talvo

@@ -3,11 +3,11 @@
 
 #include "asset_impl/metadata_kinds.h"
 #include "baseassetrepository.h"
-#include "urlassetrepository.h"
 #include "url_repository/repository_lock.h"
 #include "url_repository/url_data.h"
 #include "url_repository/version_counter.h"
 #include "url_repository/version_scan.h"
+#include "urlassetrepository.h"
 
 #include <atomic>
 
@@ -20,7 +20,9 @@ namespace talvo {
 ///
 /// Threads:    any. What one asset needs to have in order is the engine's store lock and metadata lock.
 /// Lock order: version counter, then the lock between processes.
-class UrlAssetRepositoryImpl final : public BaseAssetRepository, public UrlAssetRepositoryInterface, public CompactableAssetRepositoryInterface {
+class UrlAssetRepositoryImpl final : public BaseAssetRepository,
+                                     public UrlAssetRepositoryInterface,
+                                     public CompactableAssetRepositoryInterface {
 public:
     /// Where the trees of a repository lie. Empty: it has no such tree. Derived and user values may lie below the root itself.
     struct Places {
@@ -51,8 +53,9 @@ public:
     Result<void> LoadExistingIdsImpl(AssetIdReceiver receiver) override;
     Result<void> LoadVersionsImpl(const Id& aid, const Id& type, const Data& adata, AssetVersionReceiver receiver) override;
     Result<Data> CreateDataForIdImpl(const Id& aid, const Id& type) override;
-    Result<AssetStoreResult> StoreImpl(const Asset& asset, Bool deleteAsset, const Id& overwrittenHash, const AssetDescription& source,
-                                       Data& adata, const AssetVersionNumber& version, Bool addEncryption) override;
+    Result<AssetStoreResult> StoreImpl(const Asset& asset, Bool deleteAsset, const Id& overwrittenHash,
+                                       const AssetDescription& source, Data& adata, const AssetVersionNumber& version,
+                                       Bool addEncryption) override;
     Result<void> PublishVersionImpl(AssetStoreResult& stored) override;
     void DiscardVersionImpl(const AssetStoreResult& stored) override;
     Result<void> EraseImpl(const AssetDescription& asset, const Data& vdata) override;
@@ -70,7 +73,8 @@ private:
     Result<Opt<LoadedVersion>> LoadVersion(const Id& aid, const Url& assetDirectory, const VersionDirectory& version);
     Result<void> LoadVersionId(const VersionDirectory& version, const VersionContent& content, LoadedVersion& loaded);
     Result<Id> ComputeVersionId(const Url& versionDirectory, const Url& payload);
-    Result<void> AddMetaData(const Id& aid, const Url& directory, const VersionContent& content, KIND tree, LoadedVersion& loaded);
+    Result<void> AddMetaData(const Id& aid, const Url& directory, const VersionContent& content, KIND tree,
+                             LoadedVersion& loaded);
     Result<void> LoadTime(LoadedVersion& loaded);
     Result<Bool> DeliverVersion(const Id& aid, const Id& type, const LoadedVersion& loaded, AssetVersionReceiver receiver);
 
@@ -82,7 +86,8 @@ private:
     Result<Staging> StageOverwrite(const Url& assetDirectory, UInt number);
     Result<AssetStoreResult> WriteVersion(const PayloadRequest& request, const Staging& staging);
     Result<void> PublishSideTrees(const Url& hidden, const StagedVersion& staged, std::vector<SideTreeMove>& moves);
-    Result<void> PublishSideTree(const Url& tree, const Url& hidden, const StagedVersion& staged, std::vector<SideTreeMove>& moves);
+    Result<void> PublishSideTree(const Url& tree, const Url& hidden, const StagedVersion& staged,
+                                 std::vector<SideTreeMove>& moves);
     void TakeBack(const std::vector<SideTreeMove>& moves);
     Result<Opt<Url>> HideAsset(const Url& directory);
 
@@ -93,7 +98,8 @@ private:
     Result<void> CheckMetaDataWrite(const InternedId& metaId, KIND kind) const;
     Result<void> DropDerivedValues(const Url& versionDirectory);
     Result<void> WriteDocument(const Url& directory, const Bool staged, const InternedId& metaId, const Data& data, KIND kind);
-    Result<Data> WriteFileValue(const Url& directory, const Bool staged, const InternedId& metaId, const Url& source, const IdAndVersion& asset, KIND kind);
+    Result<Data> WriteFileValue(const Url& directory, const Bool staged, const InternedId& metaId, const Url& source,
+                                const IdAndVersion& asset, KIND kind);
     Result<void> RemoveValue(const Url& directory, const InternedId& metaId, KIND kind, std::string_view except);
 
     /// Directory of a version in the derived or user tree: `<tree>/<asset directory>/<n>`.

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <system_error>
 #include <thread>
+#include <tuple>
 
 namespace talvo {
 
@@ -54,8 +55,7 @@ private:
         return true;
     }
     void Work() {
-        while (!_stop.load(std::memory_order_relaxed) && CheckNext()) {
-        }
+        while (!_stop.load(std::memory_order_relaxed) && CheckNext()) {}
     }
     /// Jobs are cancelled by thread, so the calling one looks. The others end with what they have begun when it has no more to begin.
     Bool WorkUntilCancelled() {
@@ -86,7 +86,8 @@ Result<void> AddRootLeftovers(const Url& root, std::vector<RepositoryFinding>& f
     const BaseArray<IoEntry> entries = TRY(connection->Browse(BROWSE_MODE::NAMES));
     for (const IoEntry& entry : entries) {
         if (!IsWorkName(entry.name)) continue;
-        findings.push_back({Id(), Id(), PROBLEM::LEFTOVER, "Work in progress, or the rest of work that was cut off. gc removes it when it is old.",
+        findings.push_back({Id(), Id(), PROBLEM::LEFTOVER,
+                            "Work in progress, or the rest of work that was cut off. gc removes it when it is old.",
                             root + entry.name});
     }
     return OK;
@@ -102,17 +103,19 @@ Result<void> AddDoubledIds(const std::vector<AssetCheck>& checks, std::vector<Re
             TRY(first.Insert(*check.id, check.directory));
             continue;
         }
-        findings.push_back({*check.id, Id(), PROBLEM::ID_DOUBLED,
-                            FormatString("@ has the same asset id, so that the versions in here are not seen. Remove one of them.", *other),
-                            check.directory});
+        findings.push_back(
+            {*check.id, Id(), PROBLEM::ID_DOUBLED,
+             FormatString("@ has the same asset id, so that the versions in here are not seen. Remove one of them.", *other),
+             check.directory});
     }
     return OK;
 }
 
 void SortByPath(std::vector<RepositoryFinding>& findings) {
-    std::stable_sort(findings.begin(), findings.end(), [](const RepositoryFinding& first, const RepositoryFinding& second) {
-        return std::pair(first.path.GetPath(), first.problem) < std::pair(second.path.GetPath(), second.problem);
-    });
+    const auto key = [](const RepositoryFinding& finding) {
+        return std::tuple(finding.path.GetPath(), finding.problem, finding.explanation.GetView());
+    };
+    std::sort(findings.begin(), findings.end(), [&](const auto& first, const auto& second) { return key(first) < key(second); });
 }
 
 }  // namespace

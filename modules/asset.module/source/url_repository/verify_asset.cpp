@@ -41,7 +41,8 @@ private:
             _check.id = std::move(info->id);
         } else if (!versions.empty() || infoFile.IoDetect() != IO_DETECT::NOT_THERE) {
             Report(PROBLEM::ASSET_INFO_DAMAGED, infoFile,
-                   "It doesn't say which asset this is, so that its versions are not seen. Restore its two lines: asset id and type.");
+                   "It doesn't say which asset this is, so that its versions are not seen. Restore its two lines: asset id and "
+                   "type.");
         } else {
             return OK;  // somebody's folder
         }
@@ -55,7 +56,8 @@ private:
         const BaseArray<IoEntry> entries = TRY(connection->Browse(BROWSE_MODE::NAMES));
         for (const IoEntry& entry : entries) {
             if (!IsWorkName(entry.name)) continue;
-            Report(PROBLEM::LEFTOVER, directory + entry.name, "Work in progress, or the rest of work that was cut off. gc removes it when it is old.");
+            Report(PROBLEM::LEFTOVER, directory + entry.name,
+                   "Work in progress, or the rest of work that was cut off. gc removes it when it is old.");
         }
         return OK;
     }
@@ -66,7 +68,8 @@ private:
             const Url directory = _check.directory + version.name;
             _version = Id();
             if (last == version.meaning.number) {
-                Report(PROBLEM::PAYLOAD_DOUBLED, directory, "Another directory has the same version number, so that this one is not seen. Remove one.");
+                Report(PROBLEM::PAYLOAD_DOUBLED, directory,
+                       "Another directory has the same version number, so that this one is not seen. Remove one.");
                 continue;
             }
             const Result<Bool> isVersion = CatchOutOfMemory([&] { return CheckVersion(directory, version.meaning); });
@@ -80,7 +83,8 @@ private:
         const VersionContent content = TRY(ScanVersionDirectory(directory));
         const Bool deleted = name.form == VersionDirectoryName::FORM::DELETED;
         if (!deleted && content.payloads.empty()) {
-            Report(PROBLEM::PAYLOAD_MISSING, directory, "The version has no payload, so that it is not seen. Restore the payload, or remove the directory.");
+            Report(PROBLEM::PAYLOAD_MISSING, directory,
+                   "The version has no payload, so that it is not seen. Restore the payload, or remove the directory.");
             return false;
         }
         ++_check.versions;
@@ -98,7 +102,8 @@ private:
         const std::string expected = FindExpectedDigest(directory, name, content);
         for (const std::string& payload : content.payloads) {
             if (payload == counted) continue;
-            Report(PROBLEM::PAYLOAD_DOUBLED, directory + payload, FormatString("The version has more than one payload; @ counts. Remove the others.", counted));
+            Report(PROBLEM::PAYLOAD_DOUBLED, directory + payload,
+                   FormatString("The version has more than one payload; @ counts. Remove the others.", counted));
         }
         CheckDigest(directory + counted, expected);
     }
@@ -111,19 +116,24 @@ private:
         }
         const Url file = directory + HASH_FILE_NAME;
         if (!content.hasHash) {
-            Report(PROBLEM::HASH_MISSING, file, "The version has no hash, so that its payload can't be checked. It is made when the version is next opened for writing.");
+            Report(PROBLEM::HASH_MISSING, file,
+                   "The version has no hash, so that its payload can't be checked. It is made when the version is next opened "
+                   "for writing.");
             return {};
         }
         const Result<std::string> text = FileUtilities::ReadFileToMemory(file, MAX_HASH_FILE_SIZE);
         Opt<HashFile> hash = text.IsOk() ? ParseHashFile(text.GetValue()) : std::nullopt;
         if (!hash) {
-            Report(PROBLEM::HASH_MISSING, file, text.IsError() ? Explain(text.GetError()) : String("It holds no version id. Restore it, or remove it to have it made again."));
+            Report(PROBLEM::HASH_MISSING, file,
+                   text.IsError() ? Explain(text.GetError())
+                                  : String("It holds no version id. Restore it, or remove it to have it made again."));
             return {};
         }
         _version = hash->versionId;
         if (!hash->digest.empty()) return hash->digest;
         if (IsDigestText(_version.GetView())) return ToText(String::FromId(_version).ToLower());
-        Report(PROBLEM::HASH_MISSING, file, "The version id is no hash and there is none beside it, so that the payload can't be checked.");
+        Report(PROBLEM::HASH_MISSING, file,
+               "The version id is no hash and there is none beside it, so that the payload can't be checked.");
         return {};
     }
 
@@ -136,8 +146,9 @@ private:
         }
         _check.bytes += FileUtilities::GetSize(payload).GetValueOr(0);
         if (expected.empty() || ToHex(digest) == expected) return;
-        Report(PROBLEM::PAYLOAD_CHANGED, payload,
-               FormatString("Its bytes have the hash @, and were stored with @. Restore it from a copy.", ToHex(digest), expected));
+        Report(
+            PROBLEM::PAYLOAD_CHANGED, payload,
+            FormatString("Its bytes have the hash @, and were stored with @. Restore it from a copy.", ToHex(digest), expected));
     }
 
     void CheckDocuments(const Url& directory, const VersionContent& content) {
@@ -151,11 +162,13 @@ private:
             if (read.IsError()) {
                 Report(PROBLEM::DOCUMENT_DAMAGED, file, Explain(read.GetError()));
             } else if (isTime && !read.GetValue().GetPtr<UniversalDateTime>()) {
-                Report(PROBLEM::DOCUMENT_DAMAGED, file, "It holds no point in time, so that the version comes before all others.");
+                Report(PROBLEM::DOCUMENT_DAMAGED, file,
+                       "It holds no point in time, so that the version comes before all others.");
             }
         }
         if (!hasTime) {
-            Report(PROBLEM::TIMESTAMP_MISSING, directory, "The version has no time, so that it comes before all others. Restore net.talvo.asset.timestamp.version.");
+            Report(PROBLEM::TIMESTAMP_MISSING, directory,
+                   "The version has no time, so that it comes before all others. Restore net.talvo.asset.timestamp.version.");
         }
     }
 

@@ -53,7 +53,9 @@ std::string MakeDeletedDirectoryName(UInt number) { return std::to_string(number
 
 Bool IsPreferred(const VersionDirectoryName& first, const VersionDirectoryName& second) {
     const auto rank = [](const VersionDirectoryName& name) {
-        const Int form = name.form == VersionDirectoryName::FORM::PLAIN ? 0 : name.form == VersionDirectoryName::FORM::DELETED ? 1 : 2;
+        const Int form = name.form == VersionDirectoryName::FORM::PLAIN     ? 0
+                         : name.form == VersionDirectoryName::FORM::DELETED ? 1
+                                                                            : 2;
         return std::tuple(!name.canonical, form);
     };
     return rank(first) < rank(second);
