@@ -54,7 +54,7 @@ endif()
 
 if(TALVO_BUILD_APPS AND appSources AND TARGET talvo_assets)
     add_executable(talvo ${appSources})
-    target_link_libraries(talvo PRIVATE talvo_assets CLI11::CLI11)
+    target_link_libraries(talvo PRIVATE talvo_assets CLI11::CLI11 ICU::uc nlohmann_json::nlohmann_json)
     if(NOT BUILD_SHARED_LIBS)  # position independent code has another precompiled header
         target_precompile_headers(talvo REUSE_FROM talvo_kernel)
     endif()

@@ -45,7 +45,8 @@ struct CommandLine::Parser {
 
     void Declare(CLI::App& part, const ArgumentList& arguments) {
         for (const Argument& argument : arguments.GetAll()) {
-            CLI::Option* option = argument.form == Argument::FORM::FLAG ? part.add_flag(argument.name) : part.add_option(argument.name);
+            CLI::Option* option =
+                argument.form == Argument::FORM::FLAG ? part.add_flag(argument.name) : part.add_option(argument.name);
             if (argument.form == Argument::FORM::REQUIRED || argument.form == Argument::FORM::LIST) option->required();
             if (argument.form == Argument::FORM::LIST) option->expected(1, CLI::detail::expected_max_vector_size);
             if (argument.form == Argument::FORM::LIST) option->allow_extra_args();
@@ -83,7 +84,8 @@ struct CommandLine::Parser {
 };
 
 CommandLine::CommandLine(CommandList commands) {
-    _common.AddOption("--home", "DIR", _options.home, "keep preferences, caches and settings below DIR (default: $TALVO_HOME, else the XDG folders)");
+    _common.AddOption("--home", "DIR", _options.home,
+                      "keep preferences, caches and settings below DIR (default: $TALVO_HOME, else the XDG folders)");
     _common.AddOptions("--base", "REPO", _options.bases, "look in this repository, too, behind the others (may be repeated)");
     _common.AddFlag("--json", _options.json, "print one JSON object a line");
     _common.AddFlag("--quiet", _options.quiet, "no progress and no summaries on standard error");
@@ -135,6 +137,9 @@ Result<CommandLine::ACTION> CommandLine::Parse(int count, char** words) {
         parser.app.parse(std::move(reversed));
     } catch (const CLI::CallForHelp&) {
         help = true;
+    } catch (const CLI::ArgumentMismatch& error) {
+        const std::string what = error.what();
+        problem = WrongUsageError::Create(what.substr(0, what.find(':')) + " needs a value.");
     } catch (const CLI::Error& error) {
         problem = WrongUsageError::Create(RemoveGuards({error.what()}).front());
     }

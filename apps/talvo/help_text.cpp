@@ -67,7 +67,8 @@ std::string FindSimilarCommand(std::string_view word) {
     std::string best;
     std::size_t bestEdits = 3;
     for (const auto& command : MakeAllCommands()) {
-        const std::string name = command->GetWords().name;
+        std::string name = command->GetWords().name;
+        if (word.find(' ') == std::string_view::npos) name = name.substr(0, name.find(' '));  // a group
         const std::size_t edits = CountEdits(word, name);
         if (edits < bestEdits) {
             best = name;
@@ -128,10 +129,13 @@ ErrorRef ExplainUnknownCommand(int count, char** words, const std::string& group
         }
         const std::string name = group.empty() ? std::string(word) : group + " " + std::string(word);
         const std::string similar = FindSimilarCommand(name);
-        return WrongUsageError::Create("There is no command \"" + name + "\"." + (similar.empty() ? "" : " Did you mean \"" + similar + "\"?"));
+        return WrongUsageError::Create("There is no command \"" + name + "\"." +
+                                       (similar.empty() ? "" : " Did you mean \"" + similar + "\"?"));
     }
     const Bool missing = count == 1 || !group.empty();
-    return missing ? WrongUsageError::Create("A command is missing; \"talvo " + (group.empty() ? "" : group + " ") + "--help\" lists them.") : problem;
+    return missing ? WrongUsageError::Create("A command is missing; \"talvo " + (group.empty() ? "" : group + " ") +
+                                             "--help\" lists them.")
+                   : problem;
 }
 
 }  // namespace talvo::HelpText

@@ -92,7 +92,7 @@ Result<void> ImportWalk::AddEntry(const Url& url, const std::string& source, IO_
     if (kind == IO_DETECT::DIRECTORY && !isLink) {
         WalkFolder(url, source);
     } else {
-        PassOver(source, !isLink                         ? "it is neither a file nor a folder"
+        PassOver(source, !isLink                        ? "it is neither a file nor a folder"
                          : kind == IO_DETECT::DIRECTORY ? "it is a link to a folder"
                                                         : "it is a link to nothing that can be read");
     }

@@ -3,6 +3,7 @@
 #include "apps/talvo/signals.h"
 #include "apps/talvo/store_file.h"
 
+#include <algorithm>
 #include <chrono>
 
 namespace talvo {

@@ -35,8 +35,6 @@ Json ToJson(const DocumentValue& value) { return std::visit(JsonMaker(), value.G
 
 }  // namespace
 
-std::string Write(const DocumentValue& value) {
-    return ToJson(value).dump(-1, ' ', false, Json::error_handler_t::replace);
-}
+std::string Write(const DocumentValue& value) { return ToJson(value).dump(-1, ' ', false, Json::error_handler_t::replace); }
 
 }  // namespace talvo::JsonText

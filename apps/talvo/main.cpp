@@ -7,7 +7,7 @@
 #include "kernel/app/run_loop.h"
 #include "kernel/io/url.h"
 
-#include <cstdlib>
+#include <cstdio>
 #include <exception>
 
 namespace talvo {

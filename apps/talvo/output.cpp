@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace talvo {
 
@@ -42,7 +43,7 @@ Result<void> Output::WriteBytes(std::string_view bytes) {
 }
 
 Result<void> Output::Flush() {
-    if (_progress && !_buffer.empty()) _progress->Clear();
+    if (_progress && !_buffer.empty() && isatty(STDOUT_FILENO)) _progress->Clear();
     Result<void> outcome = WriteAll(_buffer);
     _buffer.clear();
     _isClosed |= outcome.IsError();
@@ -92,7 +93,8 @@ std::vector<std::string> Output::TakeQueuedWarnings() {
 }
 
 void Output::PrintError(const ErrorRef& error) {
-    if (!_options.json) return PrintLine(Paint("talvo: error:", RED, STDERR_FILENO) + " " + TerminalText::MakeSafe(error->GetMessage()));
+    if (!_options.json)
+        return PrintLine(Paint("talvo: error:", RED, STDERR_FILENO) + " " + TerminalText::MakeSafe(error->GetMessage()));
     DocumentValue::ObjectType object;
     object.emplace_back("error", std::string(error->GetClassId().GetView()));
     object.emplace_back("message", MakeUtf8(error->GetMessage()));

@@ -4,6 +4,7 @@
 #include "kernel/base/uuid.h"
 #include "kernel/io/file_utilities.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace talvo::Payload {
@@ -30,7 +31,8 @@ Result<std::vector<std::string>> SplitInnerPath(const std::string& inner) {
 Result<void> PutInPlace(const Url& staged, const Url& target, EXISTING existing) {
     const IO_DETECT kind = target.IoDetect();
     if (kind == IO_DETECT::NOT_THERE || existing == EXISTING::REFUSE) return staged.IoRename(target, RENAME_MODE::NO_REPLACE);
-    if (kind != IO_DETECT::DIRECTORY && staged.IoDetect() == IO_DETECT::FILE) return staged.IoRename(target, RENAME_MODE::REPLACE);
+    if (kind != IO_DETECT::DIRECTORY && staged.IoDetect() == IO_DETECT::FILE)
+        return staged.IoRename(target, RENAME_MODE::REPLACE);
     TRY(staged.IoRename(target, RENAME_MODE::EXCHANGE));
     return staged.IoDelete();  // what was at the target
 }
@@ -52,7 +54,8 @@ Result<Url> GetInnerFile(const Url& payload, const std::string& inner) {
     Url url = payload;
     for (const std::string& component : components) {
         url.Append(component);
-        if (url.IoDetect() == IO_DETECT::NOT_THERE) return UnresolvedError::Create(FormatMessage("There is no \"@\" in the content.", inner));
+        if (url.IoDetect() == IO_DETECT::NOT_THERE)
+            return UnresolvedError::Create(FormatMessage("There is no \"@\" in the content.", inner));
         const IoConnectionRef connection = TRY(url.OpenConnection());
         const Bool isLink = TRY(connection->IoIsLink());
         if (isLink) return IllegalArgumentError::Create(FormatMessage("\"@\" is a link and may lead out of the content.", url));
@@ -80,9 +83,13 @@ Result<void> WriteTo(Output& output, const Url& file) {
 
 Result<Int64> Export(const Url& payload, const Url& target, EXISTING existing) {
     if (existing == EXISTING::REFUSE && target.IoDetect() != IO_DETECT::NOT_THERE)
-        return IllegalStateError::Create(FormatMessage("\"@\" is there already. Choose another path, or replace it with --force.", target));
+        return IllegalStateError::Create(
+            FormatMessage("\"@\" is there already. Choose another path, or replace it with --force.", target));
+    const Url folder = target.GetDirectory();
+    if (folder.IoDetect() != IO_DETECT::DIRECTORY)
+        return IoError::Create(FormatMessage("The folder \"@\" is not there.", folder));
     const Id name = TRY(IdHelper::MakeUuid(".~talvo", UUID_FORM::COMPACT));
-    const Url staged = target.GetDirectory() + name.GetView();
+    const Url staged = folder + name.GetView();
     BaseArray<Url> passedOver;
     Result<void> outcome = FileUtilities::CopyFileOrDirectory(payload, staged, &passedOver);
     if (outcome.IsOk()) outcome = PutInPlace(staged, target, existing);

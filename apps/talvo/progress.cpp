@@ -23,7 +23,8 @@ void Progress::Show(Int done, Int64 bytes) {
     if (_use == USE::HIDDEN || now - _last < std::chrono::milliseconds(150)) return;
     _last = now;
     const double seconds = std::chrono::duration<double>(now - _begin).count();
-    std::string line = _what + " " + std::to_string(done) + " of " + std::to_string(_total) + ", " + TerminalText::FormatBytes(bytes);
+    std::string line =
+        _what + " " + std::to_string(done) + " of " + std::to_string(_total) + ", " + TerminalText::FormatBytes(bytes);
     if (seconds > 1 && done > 0) {
         line += ", " + TerminalText::FormatBytes(Int64(double(bytes) / seconds)) + "/s";
         line += ", " + TerminalText::FormatDuration(Int64(seconds / double(done) * double(_total - done)) + 1) + " left";

@@ -24,8 +24,8 @@ Result<UpdatableAssetRepositoryRef> OpenOne(const std::string& path, Block<const
 Result<Url> GetUrl(const std::string& path) {
     if (path.empty()) return IllegalArgumentError::Create("The path of the repository is empty.");
     if (IsStandardName(path)) {
-        return UnresolvedError::Create("The standard repository \"" + path + "\" doesn't exist in this version. For a folder of this name write \"./" +
-                                       path + "\".");
+        return UnresolvedError::Create("The standard repository \"" + path +
+                                       "\" doesn't exist in this version. For a folder of this name write \"./" + path + "\".");
     }
     return Url::FromSystemPath(path);
 }

@@ -10,8 +10,8 @@ struct FileToStore {
     enum class PLACE { NEXT_VERSION, OVER_NEWEST };
     Id id;
     Url source;
-    String sourceName;   ///< the name of an asset that begins with this version
-    Opt<String> name;    ///< the name that the asset gets in any case
+    String sourceName;  ///< the name of an asset that begins with this version
+    Opt<String> name;   ///< the name that the asset gets in any case
     PLACE place = PLACE::NEXT_VERSION;
 };
 

@@ -15,9 +15,7 @@ Bool TurnsDirection(Utf32Char c) {
     return (c >= 0x202a && c <= 0x202e) || (c >= 0x2066 && c <= 0x2069) || c == 0x200e || c == 0x200f || c == 0x061c;
 }
 
-Bool IsUnsafe(Utf32Char c) {
-    return c < 0x20 || (c >= 0x7f && c < 0xa0) || c == 0x2028 || c == 0x2029 || TurnsDirection(c);
-}
+Bool IsUnsafe(Utf32Char c) { return c < 0x20 || (c >= 0x7f && c < 0xa0) || c == 0x2028 || c == 0x2029 || TurnsDirection(c); }
 
 std::string Escape(Utf32Char c) {
     if (c == '\n') return "\\n";
@@ -71,9 +69,7 @@ std::string FormatBytes(Int64 bytes) {
     return text;
 }
 
-std::string FormatTime(UniversalDateTime time) {
-    return time.IsEmpty() ? std::string() : time.FormatLocal("%Y-%m-%d %H:%M:%S");
-}
+std::string FormatTime(UniversalDateTime time) { return time.IsEmpty() ? std::string() : time.FormatLocal("%Y-%m-%d %H:%M:%S"); }
 
 std::string FormatDuration(Int64 seconds) {
     if (seconds < 60) return std::to_string(seconds) + " s";

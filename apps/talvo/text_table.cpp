@@ -16,7 +16,9 @@ std::vector<std::string> GetTitles(const std::vector<TextTable::Column>& columns
 
 }  // namespace
 
-TextTable::TextTable(std::vector<Column> columns) : _columns(std::move(columns)), _widths(_columns.size()) { Widen(GetTitles(_columns)); }
+TextTable::TextTable(std::vector<Column> columns) : _columns(std::move(columns)), _widths(_columns.size()) {
+    Widen(GetTitles(_columns));
+}
 
 void TextTable::Widen(const std::vector<std::string>& cells) {
     for (std::size_t i = 0; i < cells.size(); i++) _widths[i] = std::max(_widths[i], TerminalText::GetWidth(cells[i]));

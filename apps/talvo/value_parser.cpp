@@ -67,8 +67,8 @@ const NamedType* FindNamedType(const Id& type) {
 }
 
 void RegisterNamedTypes() {
-    DataTypes::RegisterAll<String, Int, UInt, Float64, Bool, Id, BaseArray<Id>, BaseArray<String>, Url, UniversalDateTime, Uuid, Color,
-                           AssetVersionRange, DataDictionary>();
+    DataTypes::RegisterAll<String, Int, UInt, Float64, Bool, Id, BaseArray<Id>, BaseArray<String>, Url, UniversalDateTime, Uuid,
+                           Color, AssetVersionRange, DataDictionary>();
 }
 
 }  // namespace
@@ -84,7 +84,8 @@ Result<Id> ParseType(const std::string& name) {
     Id id = TRY(Id::Create(name));
     const DataType type = DataTypes::Find(id);
     if (type && type->fromDocument) return id;
-    return WrongUsageError::Create(FormatMessage("There is no type \"@\" for values. Types are @, or the whole id of a type.", name, ListTypeNames()));
+    return WrongUsageError::Create(
+        FormatMessage("There is no type \"@\" for values. Types are @, or the whole id of a type.", name, ListTypeNames()));
 }
 
 std::string GetTypeName(const Id& type) {
@@ -108,7 +109,8 @@ Result<ASSET_METADATA_KIND> ParseKind(const std::string& text) {
     for (const NamedKind& named : KINDS) {
         if (text == named.name || text == std::to_string(UInt32(named.kind))) return named.kind;
     }
-    return WrongUsageError::Create(FormatMessage("There is no kind \"@\" of values that a repository keeps. Kinds are @.", text, ListKindNames()));
+    return WrongUsageError::Create(
+        FormatMessage("There is no kind \"@\" of values that a repository keeps. Kinds are @.", text, ListKindNames()));
 }
 
 std::string GetKindName(ASSET_METADATA_KIND kind) {

@@ -4,6 +4,7 @@
 #include "kernel/io/file_utilities.h"
 
 #include <cstdio>
+#include <tuple>
 
 namespace talvo {
 

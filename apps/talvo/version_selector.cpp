@@ -11,7 +11,9 @@ namespace {
 
 constexpr std::size_t SHORTEST_PREFIX = 4;
 
-ASSET_FIND_MODE ToFindMode(SCOPE scope) { return scope == SCOPE::REPOSITORY_ONLY ? ASSET_FIND_MODE::WITHOUT_BASES : ASSET_FIND_MODE::NONE; }
+ASSET_FIND_MODE ToFindMode(SCOPE scope) {
+    return scope == SCOPE::REPOSITORY_ONLY ? ASSET_FIND_MODE::WITHOUT_BASES : ASSET_FIND_MODE::NONE;
+}
 
 ErrorRef MakeUnknownAssetError(const AssetRepositoryRef& repository, const Id& id) {
     return UnresolvedError::Create(FormatMessage("There is no asset \"@\" in the repository \"@\".", id, repository->GetId()));
@@ -22,7 +24,8 @@ std::string_view GetVersionId(const AssetDescription& description) { return desc
 std::string MakeCandidates(const std::vector<AssetDescription>& descriptions) {
     std::string text;
     for (const AssetDescription& description : descriptions) {
-        text += FormatMessage("\n  #@  @  (repository @)", description.GetVersionKey().counter, GetVersionId(description), description->GetRepositoryId());
+        text += FormatMessage("\n  #@  @  (repository @)", description.GetVersionKey().counter, GetVersionId(description),
+                              description->GetRepositoryId());
     }
     return text;
 }
@@ -44,7 +47,8 @@ std::vector<AssetDescription> Filter(const BaseArray<AssetDescription>& versions
 Result<std::vector<AssetDescription>> FindNamed(const BaseArray<AssetDescription>& versions, std::string_view version) {
     if (version.starts_with('#')) {
         const Opt<UInt> counter = ParseCounter(version);
-        if (!counter) return IllegalArgumentError::Create(FormatMessage("\"@\" is no version: a number stands behind \"#\".", version));
+        if (!counter)
+            return IllegalArgumentError::Create(FormatMessage("\"@\" is no version: a number stands behind \"#\".", version));
         return Filter(versions, [&](const AssetDescription& d) { return d.GetVersionKey().counter == *counter; });
     }
     std::vector<AssetDescription> found = Filter(versions, [&](const AssetDescription& d) { return GetVersionId(d) == version; });
@@ -64,11 +68,18 @@ Result<AssetDescription> SelectNewest(const AssetRepositoryRef& repository, cons
     if (newest) return newest;
     const AssetDescription deleted = TRY(repository->FindLatestAsset(Id(), id, Id(), mode | ASSET_FIND_MODE::WITH_DELETED));
     if (!deleted) return MakeUnknownAssetError(repository, id);
-    return UnresolvedError::Create(FormatMessage("The asset \"@\" is deleted. Its versions are still there: \"talvo list REPO --prefix @ "
-                                                 "--all-versions --deleted\" lists them, and --version names one.", id, id));
+    return UnresolvedError::Create(
+        FormatMessage("The asset \"@\" is deleted. Its versions are still there: \"talvo list REPO --prefix @ "
+                      "--all-versions --deleted\" lists them, and --version names one.",
+                      id, id));
 }
 
 }  // namespace
+
+Bool IsNewer(const AssetDescription& first, const AssetDescription& second) {
+    const auto order = first.GetVersionKey() <=> second.GetVersionKey();
+    return order != 0 ? order > 0 : first->GetRepositoryId() < second->GetRepositoryId();
+}
 
 Result<BaseArray<AssetDescription>> GetVersions(const AssetRepositoryRef& repository, const Id& id, SCOPE scope) {
     BaseArray<AssetDescription> versions;
@@ -77,12 +88,12 @@ Result<BaseArray<AssetDescription>> GetVersions(const AssetRepositoryRef& reposi
         TRY(versions.Append(description));
         return true;
     }));
-    std::stable_sort(versions.begin(), versions.end(),
-                     [](const AssetDescription& a, const AssetDescription& b) { return a.GetVersionKey() > b.GetVersionKey(); });
+    std::sort(versions.begin(), versions.end(), IsNewer);
     return versions;
 }
 
-Result<AssetDescription> Select(const AssetRepositoryRef& repository, const std::string& idText, const Opt<std::string>& version, SCOPE scope) {
+Result<AssetDescription> Select(const AssetRepositoryRef& repository, const std::string& idText, const Opt<std::string>& version,
+                                SCOPE scope) {
     const Id id = TRY(Id::Create(idText));
     if (!version || id.IsEmpty()) return SelectNewest(repository, id, scope);
     const BaseArray<AssetDescription> versions = TRY(GetVersions(repository, id, scope));
@@ -90,7 +101,8 @@ Result<AssetDescription> Select(const AssetRepositoryRef& repository, const std:
     const std::vector<AssetDescription> found = TRY(FindNamed(versions, *version));
     if (found.size() == 1) return found.front();
     if (found.empty()) return UnresolvedError::Create(FormatMessage("The asset \"@\" has no version \"@\".", id, *version));
-    return IllegalArgumentError::Create(FormatMessage("\"@\" names several versions of \"@\":@", *version, id, MakeCandidates(found)));
+    return IllegalArgumentError::Create(
+        FormatMessage("\"@\" names several versions of \"@\":@", *version, id, MakeCandidates(found)));
 }
 
 }  // namespace talvo::VersionSelector

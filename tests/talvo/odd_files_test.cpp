@@ -25,7 +25,10 @@ TEST_F(OddFilesTest, AnyNameComesIn) {
               {"bad\xff utf", "bad\uFFFD utf"},
               {" blank ", " blank "},
               {"[a,b]", "[a,b]"},
-              {"\xe2\x80\xae""exe.txt", "\u202e""exe.txt"}};
+              {"\xe2\x80\xae"
+               "exe.txt",
+               "\u202e"
+               "exe.txt"}};
     for (const auto& n : names) {
         SCOPED_TRACE(n.shown);
         _scratch.Write(std::string("in/") + n.name, n.name);
@@ -36,7 +39,8 @@ TEST_F(OddFilesTest, AnyNameComesIn) {
     EXPECT_EQ(RunJson({"import", shelf, _scratch / "in"}).size(), std::size(names));
     // Nothing of that reaches a terminal: neither escapes nor line ends nor turned text.
     const std::string table = RunText({"list", shelf});
-    EXPECT_THAT(table, testing::AllOf(HasSubstr("\\x1b[31mred"), HasSubstr("new\\nline"), HasSubstr("\\u202eexe.txt"), Not(HasSubstr("\x1b"))));
+    EXPECT_THAT(table, testing::AllOf(HasSubstr("\\x1b[31mred"), HasSubstr("new\\nline"), HasSubstr("\\u202eexe.txt"),
+                                      Not(HasSubstr("\x1b"))));
     EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 1 + 2 * Int(std::size(names)));
 }
 
@@ -57,7 +61,8 @@ TEST_F(OddFilesTest, AWalkPassesOverWhatIsNoFile) {
     std::string names;
     for (const JsonObject& object : ReadJsonLines(outcome.out)) names += object.Text("name") + " ";
     EXPECT_EQ(names, "a link b ");
-    EXPECT_THAT(outcome.err, testing::AllOf(HasSubstr("fifo"), HasSubstr("dangling"), HasSubstr("loop"), HasSubstr("/folder"), HasSubstr("/self")));
+    EXPECT_THAT(outcome.err, testing::AllOf(HasSubstr("fifo"), HasSubstr("dangling"), HasSubstr("loop"), HasSubstr("/folder"),
+                                            HasSubstr("/self")));
     EXPECT_THAT(outcome.err, HasSubstr("7 entries passed over"));
 
     const ProgramOutcome asOne = Run({"import", shelf, _scratch / "in", "--as-one", "--id", "all"});
@@ -111,8 +116,9 @@ TEST_F(OddFilesTest, AFullDiskLeavesWholeVersionsOnly) {
     for (int i = 0; i < 6; i++) _scratch.Write("in/" + std::to_string(i), std::string(1000, char('a' + i)));
     std::size_t reported = 0;
     for (int step = 1; step < 120; step += 7) {
-        const ProgramOutcome outcome = Run({"import", shelf, _scratch / "in", "--json"},
-                                           {.environment = {{"TALVO_IO_PLAN", "failfrom@" + std::to_string(step) + ":ENOSPC"}, {"TALVO_IO_SCOPE", shelf}}});
+        const ProgramOutcome outcome =
+            Run({"import", shelf, _scratch / "in", "--json"},
+                {.environment = {{"TALVO_IO_PLAN", "failfrom@" + std::to_string(step) + ":ENOSPC"}, {"TALVO_IO_SCOPE", shelf}}});
         EXPECT_EQ(outcome.exitCode, 1) << step;
         EXPECT_THAT(outcome.err, HasSubstr("talvo-")) << "a path is named: " << outcome.err;
         reported += ReadJsonLines(outcome.out).size();

@@ -16,8 +16,8 @@ class ProcessTest : public ProgramTest {};
 
 TEST_F(ProcessTest, HelpHasAnExampleAndUsageOfEachCommand) {
     const std::string help = RunText({"--help"});
-    for (const char* name : {"init", "import", "list", "show", "cat", "export", "store", "delete", "erase", "copy", "meta list", "meta get", "meta set",
-                             "meta unset", "verify", "gc", "stat"}) {
+    for (const char* name : {"init", "import", "list", "show", "cat", "export", "store", "delete", "erase", "copy", "meta list",
+                             "meta get", "meta set", "meta unset", "verify", "gc", "stat"}) {
         SCOPED_TRACE(name);
         EXPECT_THAT(help, HasSubstr(std::string("\n  ") + name + " "));
         const std::string text = name;
@@ -35,7 +35,8 @@ TEST_F(ProcessTest, HelpHasAnExampleAndUsageOfEachCommand) {
 TEST_F(ProcessTest, AClosedPipeEndsQuietly) {
     const std::string shelf = MakeRepository("shelf");
     Store(shelf, "chair", std::string(300000, 'x'));
-    for (const Words& words : {Words{"list", shelf}, Words{"cat", shelf, "chair"}, Words{"show", shelf, "chair", "--json"}, Words{"--help"}}) {
+    for (const Words& words :
+         {Words{"list", shelf}, Words{"cat", shelf, "chair"}, Words{"show", shelf, "chair", "--json"}, Words{"--help"}}) {
         const ProgramOutcome outcome = Run(words, {.closeOutput = true});
         EXPECT_EQ(outcome.exitCode, 0) << testing::PrintToString(words);
         EXPECT_EQ(outcome.err, "");
@@ -89,7 +90,8 @@ TEST_F(ProcessTest, ColumnsAreAsWideAsTheyLook) {
     RunText({"import", shelf, _scratch / "in"});
     const std::string table = RunText({"list", shelf});
     // Ten columns of name, two between: two wide characters take four columns, a mark that stands on another takes none.
-    EXPECT_THAT(table, testing::AllOf(HasSubstr("\nwide 椅子    1 B"), HasSubstr("\nplain name   1 B"), HasSubstr("\ne\xcc\x81 mark       1 B")));
+    EXPECT_THAT(table, testing::AllOf(HasSubstr("\nwide 椅子    1 B"), HasSubstr("\nplain name   1 B"),
+                                      HasSubstr("\ne\xcc\x81 mark       1 B")));
 }
 
 TEST_F(ProcessTest, DurableStoresAndRelativePathsWork) {

@@ -43,7 +43,8 @@ std::vector<std::string> MakeEnvironment(const ProgramSetup& setup) {
     std::vector<std::string> result{"LC_ALL=C.UTF-8", "TZ=UTC"};
     for (char** entry = environ; *entry; entry++) {
         const std::string_view text = *entry;
-        const Bool isOurs = text.starts_with("TALVO_") || text.starts_with("LC_") || text.starts_with("TZ=") || text.starts_with("NO_COLOR=");
+        const Bool isOurs =
+            text.starts_with("TALVO_") || text.starts_with("LC_") || text.starts_with("TZ=") || text.starts_with("NO_COLOR=");
         if (!isOurs) result.emplace_back(text);
     }
     for (const auto& [name, value] : setup.environment) result.push_back(name + "=" + value);
@@ -57,7 +58,8 @@ std::vector<char*> MakePointers(std::vector<std::string>& texts) {
     return pointers;
 }
 
-[[noreturn]] void Become(std::vector<char*>& words, std::vector<char*>& environment, const ProgramSetup& setup, int out, int err) {
+[[noreturn]] void Become(std::vector<char*>& words, std::vector<char*>& environment, const ProgramSetup& setup, int out,
+                         int err) {
     if (!setup.outputPath.empty()) out = ::open(setup.outputPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
     const int in = ::open("/dev/null", O_RDONLY);
     const Bool ready = ::dup2(in, 0) == 0 && ::dup2(out, 1) == 1 && ::dup2(err, 2) == 2 &&
@@ -87,7 +89,8 @@ void Collect(pid_t process, Pipe& out, Pipe& err, int signalAtFirstLine, Program
         }
         if (waiting[0].revents) ReadSome(out.ends[0], outcome.out);
         if (waiting[1].revents) ReadSome(err.ends[0], outcome.err);
-        if (signalAtFirstLine && outcome.out.find('\n') != std::string::npos) ::kill(process, std::exchange(signalAtFirstLine, 0));
+        if (signalAtFirstLine && outcome.out.find('\n') != std::string::npos)
+            ::kill(process, std::exchange(signalAtFirstLine, 0));
     }
 }
 
@@ -113,8 +116,7 @@ ProgramOutcome RunProgram(const std::vector<std::string>& words, const ProgramSe
     ProgramOutcome outcome;
     Collect(process, out, err, setup.signalAtFirstLine, outcome);
     int status = 0;
-    while (::waitpid(process, &status, 0) < 0 && errno == EINTR) {
-    }
+    while (::waitpid(process, &status, 0) < 0 && errno == EINTR) {}
     outcome.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     return outcome;
 }

@@ -92,7 +92,8 @@ std::string ProgramTest::MakeRepository(std::string_view name) const {
     return path;
 }
 
-JsonObject ProgramTest::Store(const std::string& repository, const std::string& id, std::string_view content, const Words& options) const {
+JsonObject ProgramTest::Store(const std::string& repository, const std::string& id, std::string_view content,
+                              const Words& options) const {
     _scratch.Write("to-store.txt", content);
     Words words{"store", repository, id, _scratch / "to-store.txt"};
     words.insert(words.end(), options.begin(), options.end());

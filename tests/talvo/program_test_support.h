@@ -52,7 +52,8 @@ protected:
     /// Makes a repository in the scratch folder and gives its path.
     std::string MakeRepository(std::string_view name) const;
     /// Stores a file of this content under `id`, as its next version.
-    JsonObject Store(const std::string& repository, const std::string& id, std::string_view content, const Words& options = {}) const;
+    JsonObject Store(const std::string& repository, const std::string& id, std::string_view content,
+                     const Words& options = {}) const;
     /// All ids that `list` shows, joined by blanks.
     std::string ListIds(const std::string& repository, const Words& options = {}) const;
 

@@ -9,7 +9,8 @@ namespace {
 class CatCommand final : public Command {
 public:
     CommandWords GetWords() const override {
-        return {"cat", "Write the content of a version to standard output.", "talvo cat shelf chair > chair.obj\ntalvo cat shelf set --path textures/wood.png > wood.png"};
+        return {"cat", "Write the content of a version to standard output.",
+                "talvo cat shelf chair > chair.obj\ntalvo cat shelf set --path textures/wood.png > wood.png"};
     }
 
     void DeclareArguments(ArgumentList& arguments) override {

@@ -10,7 +10,8 @@ namespace {
 class CopyCommand final : public Command {
 public:
     CommandWords GetWords() const override {
-        return {"copy", "Copy a version to another repository.", "talvo copy shelf chair /mnt/shared/shelf\ntalvo copy shelf chair shelf --id chair-copy",
+        return {"copy", "Copy a version to another repository.",
+                "talvo copy shelf chair /mnt/shared/shelf\ntalvo copy shelf chair shelf --id chair-copy",
                 "The copy keeps its version id and its metadata."};
     }
 

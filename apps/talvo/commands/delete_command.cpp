@@ -10,7 +10,8 @@ class DeleteCommand final : public Command {
 public:
     CommandWords GetWords() const override {
         return {"delete", "Mark an asset as deleted.", "talvo delete shelf chair",
-                "Nothing is lost: the versions before the deletion marker stay. \"talvo erase\" on the marker brings the asset back."};
+                "Nothing is lost: the versions before the deletion marker stay. \"talvo erase\" on the marker brings the asset "
+                "back."};
     }
 
     void DeclareArguments(ArgumentList& arguments) override { _arguments.DeclareAsset(arguments); }

@@ -9,7 +9,8 @@ namespace {
 class EraseCommand final : public Command {
 public:
     CommandWords GetWords() const override {
-        return {"erase", "Remove one version for good.", "talvo erase shelf chair '#2'", "Its content and metadata are gone afterwards; other versions stay."};
+        return {"erase", "Remove one version for good.", "talvo erase shelf chair '#2'",
+                "Its content and metadata are gone afterwards; other versions stay."};
     }
 
     void DeclareArguments(ArgumentList& arguments) override {

@@ -29,7 +29,8 @@ public:
         TRY(CheckTarget(payload));
         Signals::StopAtSafePoint();
         const Url target = Url::FromSystemPath(GetPlainTarget());
-        const Int64 bytes = TRY(Payload::Export(payload, target, _force ? Payload::EXISTING::REPLACE : Payload::EXISTING::REFUSE));
+        const Int64 bytes =
+            TRY(Payload::Export(payload, target, _force ? Payload::EXISTING::REPLACE : Payload::EXISTING::REFUSE));
         TRY(Report(opened.description->GetIdAndVersion(), target, bytes, output));
         return EXIT_CODE::DONE;
     }
@@ -47,13 +48,16 @@ private:
         if (target.empty()) return IllegalArgumentError::Create("The path to export to is empty.");
         const Opt<FileIdentity> repository = FindFileIdentity(_arguments.repository);
         if (repository && LiesIn(target, *repository))
-            return IllegalArgumentError::Create(FormatMessage("\"@\" lies in the repository: choose a path outside of it.", target));
+            return IllegalArgumentError::Create(
+                FormatMessage("\"@\" lies in the repository: choose a path outside of it.", target));
         const Opt<FileIdentity> existing = FindFileIdentity(target);
         if (!_force || !existing) return OK;
         if (LiesIn(_arguments.repository, *existing) || LiesIn(".", *existing))
-            return IllegalArgumentError::Create(FormatMessage("\"@\" holds the repository or the current folder and is not replaced.", target));
+            return IllegalArgumentError::Create(
+                FormatMessage("\"@\" holds the repository or the current folder and is not replaced.", target));
         if (Url::FromSystemPath(target).IoDetect() == IO_DETECT::DIRECTORY && payload.IoDetect() == IO_DETECT::FILE)
-            return IllegalStateError::Create(FormatMessage("\"@\" is a folder and is not replaced by a file: name a file in it.", target));
+            return IllegalStateError::Create(
+                FormatMessage("\"@\" is a folder and is not replaced by a file: name a file in it.", target));
         return OK;
     }
 

@@ -29,12 +29,13 @@ public:
         Int count = 0;
         Int64 bytes = 0;
         const auto mode = _dryRun ? RepositoryMaintenance::GC_MODE::DRY_RUN : RepositoryMaintenance::GC_MODE::REMOVE;
-        TRY(RepositoryMaintenance::CollectGarbage(root, mode, MINIMUM_AGE, [&](const RepositoryMaintenance::Leftover& leftover) -> Result<Bool> {
-            count++;
-            bytes += leftover.bytes;
-            TRY(WriteLeftover(leftover, output));
-            return !Signals::IsInterrupted();
-        }));
+        TRY(RepositoryMaintenance::CollectGarbage(root, mode, MINIMUM_AGE,
+                                                  [&](const RepositoryMaintenance::Leftover& leftover) -> Result<Bool> {
+                                                      count++;
+                                                      bytes += leftover.bytes;
+                                                      TRY(WriteLeftover(leftover, output));
+                                                      return !Signals::IsInterrupted();
+                                                  }));
         TRY(WriteSum(count, bytes, output));
         return EXIT_CODE::DONE;
     }
@@ -51,8 +52,8 @@ private:
 
     Result<void> WriteSum(Int count, Int64 bytes, Output& output) const {
         if (!output.IsJson()) {
-            return output.WriteLine(FormatMessage("@, @ @.", TerminalText::FormatCount(count, "leftover", "leftovers"), TerminalText::FormatBytes(bytes),
-                                                  _dryRun ? "would be removed" : "removed"));
+            return output.WriteLine(FormatMessage("@, @ @.", TerminalText::FormatCount(count, "leftover", "leftovers"),
+                                                  TerminalText::FormatBytes(bytes), _dryRun ? "would be removed" : "removed"));
         }
         DocumentValue::ObjectType object;
         object.emplace_back("leftovers", Int64(count));

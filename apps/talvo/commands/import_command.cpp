@@ -4,6 +4,7 @@
 #include "apps/talvo/signals.h"
 #include "apps/talvo/terminal_text.h"
 
+#include <algorithm>
 #include <thread>
 
 namespace talvo {
@@ -22,7 +23,8 @@ public:
     CommandWords GetWords() const override {
         return {"import", "Store files as new assets.",
                 "talvo import shelf ~/models chair.obj\ntalvo import shelf --as-one --name \"Oak chair\" ~/models/chair",
-                "A folder is walked: each file below it becomes an asset, hidden entries and links to folders are passed over. With --as-one it\n"
+                "A folder is walked: each file below it becomes an asset, hidden entries and links to folders are passed over. "
+                "With --as-one it\n"
                 "becomes one asset, whose content is the folder. A file that can't be read doesn't stop the others."};
     }
 
@@ -42,8 +44,9 @@ public:
         for (const std::string& path : _paths) walk.Add(path);
         const Int count = Int(walk.GetItems().size());
         if (count > 1 && (_id || _name)) {
-            return WrongUsageError::Create(FormatMessage("@ is for one asset, but there are @ files. With --as-one a folder becomes one asset.",
-                                                         _id ? "--id" : "--name", count));
+            return WrongUsageError::Create(
+                FormatMessage("@ is for one asset, but there are @ files. With --as-one a folder becomes one asset.",
+                              _id ? "--id" : "--name", count));
         }
         const ImportSums sums = TRY(Store(repository, walk, output));
         TRY(RepositoryOpener::Sync(repository, RepositoryOpener::SYNC::ALWAYS));
@@ -71,7 +74,9 @@ private:
             }
             progress.Show(sums.stored + sums.failed, sums.bytes);
         };
-        Importer(repository, walk.GetItems(), options).Run(receive, [&] { progress.Show(sums.stored + sums.failed, sums.bytes); });
+        Importer(repository, walk.GetItems(), options).Run(receive, [&] {
+            progress.Show(sums.stored + sums.failed, sums.bytes);
+        });
         output.EndProgress();
         TRY(written);
         return sums;
@@ -92,9 +97,11 @@ private:
     static Result<EXIT_CODE> Report(const ImportSums& sums, const ImportWalk& walk, Output& output) {
         const Int total = Int(walk.GetItems().size());
         const Int failed = sums.failed + walk.GetFailureCount();
-        std::string text = TerminalText::FormatCount(sums.stored, "asset", "assets") + " stored, " + TerminalText::FormatBytes(sums.bytes);
+        std::string text =
+            TerminalText::FormatCount(sums.stored, "asset", "assets") + " stored, " + TerminalText::FormatBytes(sums.bytes);
         if (walk.GetPassedOverCount() > 0) {
-            text += ", " + TerminalText::FormatCount(walk.GetPassedOverCount(), "entry", "entries") + " passed over (hidden, links to folders, no files)";
+            text += ", " + TerminalText::FormatCount(walk.GetPassedOverCount(), "entry", "entries") +
+                    " passed over (hidden, links to folders, no files)";
         }
         if (Signals::IsInterrupted()) {
             output.PrintNote(FormatMessage("Interrupted: @ of @; what was reported stays stored.", text, total));
@@ -102,7 +109,8 @@ private:
         }
         output.PrintNote(text + ".");
         if (failed == 0) return EXIT_CODE::DONE;
-        return IoError::Create(FormatMessage("@ of @ could not be imported.", failed, TerminalText::FormatCount(total + walk.GetFailureCount(), "entry", "entries")));
+        return IoError::Create(FormatMessage("@ of @ could not be imported.", failed,
+                                             TerminalText::FormatCount(total + walk.GetFailureCount(), "entry", "entries")));
     }
 
     std::string _repository;

@@ -64,7 +64,8 @@ private:
         const UpdatableAssetRepositoryRef repository =
             TRY(AssetInterface::CreateRepositoryFromUrl(Id(), REPOSITORYTYPE_DATABASE, {}, url, false, false, false));
         if (wanted.IsEmpty() || repository->GetId() == wanted) return repository;
-        return IllegalStateError::Create(FormatMessage("\"@\" is a repository already and has the id \"@\".", url, repository->GetId()));
+        return IllegalStateError::Create(
+            FormatMessage("\"@\" is a repository already and has the id \"@\".", url, repository->GetId()));
     }
 
     std::string _path;

@@ -10,7 +10,8 @@ namespace {
 class ListCommand final : public Command {
 public:
     CommandWords GetWords() const override {
-        return {"list", "List the assets that a repository and its bases hold.", "talvo list shelf\ntalvo list shelf --all-versions --deleted --json"};
+        return {"list", "List the assets that a repository and its bases hold.",
+                "talvo list shelf\ntalvo list shelf --all-versions --deleted --json"};
     }
 
     void DeclareArguments(ArgumentList& arguments) override {
@@ -26,15 +27,17 @@ public:
         BaseArray<AssetDescription> found = TRY(Find(repository));
         const auto isBefore = [](const AssetDescription& a, const AssetDescription& b) {
             const auto order = a->GetIdAndVersion().first <=> b->GetIdAndVersion().first;
-            return order != 0 ? order < 0 : a.GetVersionKey() > b.GetVersionKey();
+            return order != 0 ? order < 0 : VersionSelector::IsNewer(a, b);
         };
-        std::stable_sort(found.begin(), found.end(), isBefore);
+        std::sort(found.begin(), found.end(), isBefore);
 
         TextTable table = VersionRecord::MakeTable();
         for (const AssetDescription& description : found) {
             const VersionRecord record = VersionRecord::Read(description);
-            if (output.IsJson()) TRY(output.WriteJson(DocumentValue(record.ToJson())));
-            else table.AddRow(record.ToRow());
+            if (output.IsJson())
+                TRY(output.WriteJson(DocumentValue(record.ToJson())));
+            else
+                table.AddRow(record.ToRow());
         }
         if (!output.IsJson()) TRY(output.WriteTable(table));
         return EXIT_CODE::DONE;

@@ -8,7 +8,9 @@ namespace {
 
 class MetaListCommand final : public Command {
 public:
-    CommandWords GetWords() const override { return {"meta list", "List the metadata of a version.", "talvo meta list shelf chair"}; }
+    CommandWords GetWords() const override {
+        return {"meta list", "List the metadata of a version.", "talvo meta list shelf chair"};
+    }
 
     void DeclareArguments(ArgumentList& arguments) override { _arguments.Declare(arguments); }
 
@@ -17,9 +19,11 @@ public:
         const std::vector<MetaEntry> entries = TRY(MetaEntry::ReadAll(opened.description));
         TextTable table({{"KEY"}, {"KIND"}, {"TYPE"}, {"VALUE"}});
         for (const MetaEntry& entry : entries) {
-            if (output.IsJson()) TRY(WriteMetaJson(output, opened.description, entry));
-            else table.AddRow({std::string(entry.key.GetView()), ValueParser::GetKindName(entry.kind), ValueParser::GetTypeName(entry.value.GetTypeId()),
-                               entry.GetText()});
+            if (output.IsJson())
+                TRY(WriteMetaJson(output, opened.description, entry));
+            else
+                table.AddRow({std::string(entry.key.GetView()), ValueParser::GetKindName(entry.kind),
+                              ValueParser::GetTypeName(entry.value.GetTypeId()), entry.GetText()});
             if (entry.problem) output.QueueWarning(entry.problem->GetMessage());
         }
         if (!output.IsJson()) TRY(output.WriteTable(table));
@@ -46,7 +50,8 @@ public:
         const OpenedVersion opened = TRY(OpenedVersion::OpenToRead(_arguments, options));
         const Id key = TRY(Id::Create(_key));
         const Opt<MetaEntry> entry = TRY(MetaEntry::Find(opened.description, InternedId(key)));
-        if (!entry) return UnresolvedError::Create(FormatMessage("@ has no metadata \"@\".", opened.description->ToString(), key));
+        if (!entry)
+            return UnresolvedError::Create(FormatMessage("@ has no metadata \"@\".", opened.description->ToString(), key));
         TRY(output.IsJson() ? WriteMetaJson(output, opened.description, *entry) : output.WriteLine(entry->GetText()));
         return EXIT_CODE::DONE;
     }

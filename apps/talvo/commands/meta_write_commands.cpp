@@ -8,11 +8,12 @@ namespace talvo {
 namespace {
 
 // The kind that is asked for, else that of the entry that is there, else `persistent`.
-Result<ASSET_METADATA_KIND> ChooseKind(const Opt<std::string>& wanted, const AssetDescription& description, const InternedId& key) {
+Result<ASSET_METADATA_KIND> ChooseKind(const Opt<std::string>& wanted, const AssetDescription& description,
+                                       const InternedId& key) {
     if (wanted) return ValueParser::ParseKind(*wanted);
     const BaseArray<AssetMetaDataExistingEntry> existing = TRY(description->GetMetaData()->GetExistingEntries());
     for (const auto& [otherKey, kind] : existing) {
-        if (otherKey == key) return kind;
+        if (otherKey == key && kind != ASSET_METADATA_KIND::NONE) return kind;
     }
     return ASSET_METADATA_KIND::PERSISTENT;
 }
@@ -32,14 +33,16 @@ public:
         arguments.AddRequired("KEY", _key, "id of the metadata");
         arguments.AddOptional("VALUE", _value, "text, or JSON for types that are no text");
         arguments.AddOption("--type", "T", _type, ValueParser::ListTypeNames() + ", or the id of a type (default: string)");
-        arguments.AddOption("--kind", "K", _kind, ValueParser::ListKindNames() + " (default: that of the value before, else persistent)");
+        arguments.AddOption("--kind", "K", _kind,
+                            ValueParser::ListKindNames() + " (default: that of the value before, else persistent)");
         arguments.AddOption("--file", "PATH", _file, "store a copy of this file as the value");
         arguments.AddOption("--version", "V", _arguments.version, VERSION_HELP);
     }
 
     Result<EXIT_CODE> Run(const CommonOptions& options, Output& output) override {
         if (_value.has_value() == _file.has_value()) return WrongUsageError::Create("Give either a VALUE or --file.");
-        if (_file && _type) return WrongUsageError::Create("--type is for a VALUE; what --file stores has no other type than file.");
+        if (_file && _type)
+            return WrongUsageError::Create("--type is for a VALUE; what --file stores has no other type than file.");
         const Id type = TRY(ValueParser::ParseType(_type.value_or("string")));
         const Data value = TRY(_value ? ValueParser::ParseValue(*_value, type) : Result<Data>(Data()));
         if (_kind) TRY(ValueParser::ParseKind(*_kind));
@@ -78,7 +81,8 @@ private:
 class MetaUnsetCommand final : public Command {
 public:
     CommandWords GetWords() const override {
-        return {"meta unset", "Remove a metadata value of a version.", "talvo meta unset shelf chair com.example.rating", "A value that isn't there is fine."};
+        return {"meta unset", "Remove a metadata value of a version.", "talvo meta unset shelf chair com.example.rating",
+                "A value that isn't there is fine."};
     }
 
     void DeclareArguments(ArgumentList& arguments) override {

@@ -36,7 +36,8 @@ public:
     }
 
 private:
-    static Result<void> WriteJson(const VersionRecord& record, const Opt<std::string>& url, const std::vector<MetaEntry>& entries, Output& output) {
+    static Result<void> WriteJson(const VersionRecord& record, const Opt<std::string>& url, const std::vector<MetaEntry>& entries,
+                                  Output& output) {
         DocumentValue::ObjectType object = record.ToJson();
         if (url) object.emplace_back("url", *url);
         DocumentValue::ArrayType metaData;
@@ -54,10 +55,13 @@ private:
         TRY(output.WriteLine("Id          " + std::string(record.id.GetView())));
         if (record.name) TRY(output.WriteLine("Name        " + record.name->GetCString()));
         TRY(output.WriteLine("Type        " + std::string(record.type.GetView())));
-        TRY(output.WriteLine(FormatMessage("Version     #@  @{}@", record.key.counter, record.version, record.deleted ? "  (deletion marker)" : "")));
+        TRY(output.WriteLine(FormatMessage("Version     #@  @{}@", record.key.counter, record.version,
+                                           record.deleted ? "  (deletion marker)" : "")));
         const std::string time = TerminalText::FormatTime(UniversalDateTime(Int64(record.key.time)));
         if (!time.empty()) TRY(output.WriteLine("Time        " + time));
-        if (record.bytes) TRY(output.WriteLine(FormatMessage("Size        @ (@ bytes)", TerminalText::FormatBytes(*record.bytes), *record.bytes)));
+        if (record.bytes)
+            TRY(output.WriteLine(
+                FormatMessage("Size        @ (@ bytes)", TerminalText::FormatBytes(*record.bytes), *record.bytes)));
         TRY(output.WriteLine("Repository  " + std::string(record.repository.GetView())));
         if (url) TRY(output.WriteLine("Content     " + *url));
         return OK;
@@ -66,8 +70,8 @@ private:
     static Result<void> WriteEntries(const std::vector<MetaEntry>& entries, Output& output) {
         TextTable table({{"METADATA"}, {"KIND"}, {"TYPE"}, {"VALUE"}});
         for (const MetaEntry& entry : entries) {
-            table.AddRow({std::string(entry.key.GetView()), ValueParser::GetKindName(entry.kind), ValueParser::GetTypeName(entry.value.GetTypeId()),
-                          entry.GetText()});
+            table.AddRow({std::string(entry.key.GetView()), ValueParser::GetKindName(entry.kind),
+                          ValueParser::GetTypeName(entry.value.GetTypeId()), entry.GetText()});
         }
         TRY(output.WriteBytes("\n"));
         return output.WriteTable(table);

@@ -32,17 +32,19 @@ using CountsByType = std::map<Id, Counts>;
 Result<CountsByType> CountByType(const AssetRepositoryRef& repository) {
     CountsByType counts;
     const ASSET_FIND_MODE all = ASSET_FIND_MODE::WITHOUT_BASES | ASSET_FIND_MODE::WITH_DELETED;
-    TRY(FindAssets(repository, {}, Id(), Id(), ASSET_FIND_MODE::ALL_VERSIONS | all, [&](const AssetDescription& description) -> Result<Bool> {
-        Counts& ofType = counts[description->GetTypeId()];
-        ofType.versions++;
-        ofType.bytes += VersionRecord::ReadSize(description).value_or(0);
-        return true;
-    }));
-    TRY(FindAssets(repository, {}, Id(), Id(), ASSET_FIND_MODE::LATEST | all, [&](const AssetDescription& description) -> Result<Bool> {
-        Counts& ofType = counts[description->GetTypeId()];
-        (description->IsDeleted() ? ofType.deleted : ofType.assets)++;
-        return true;
-    }));
+    TRY(FindAssets(repository, {}, Id(), Id(), ASSET_FIND_MODE::ALL_VERSIONS | all,
+                   [&](const AssetDescription& description) -> Result<Bool> {
+                       Counts& ofType = counts[description->GetTypeId()];
+                       ofType.versions++;
+                       ofType.bytes += VersionRecord::ReadSize(description).value_or(0);
+                       return true;
+                   }));
+    TRY(FindAssets(repository, {}, Id(), Id(), ASSET_FIND_MODE::LATEST | all,
+                   [&](const AssetDescription& description) -> Result<Bool> {
+                       Counts& ofType = counts[description->GetTypeId()];
+                       (description->IsDeleted() ? ofType.deleted : ofType.assets)++;
+                       return true;
+                   }));
     return counts;
 }
 
@@ -68,7 +70,8 @@ public:
     }
 
 private:
-    Result<void> WriteJson(const AssetRepositoryRef& repository, const CountsByType& counts, const Counts& sum, Output& output) const {
+    Result<void> WriteJson(const AssetRepositoryRef& repository, const CountsByType& counts, const Counts& sum,
+                           Output& output) const {
         DocumentValue::ObjectType object;
         object.emplace_back("repository", ToJsonText(repository->GetId()));
         object.emplace_back("path", Url::FromSystemPath(_path).ToString().GetCString());
@@ -85,12 +88,16 @@ private:
         return output.WriteJson(DocumentValue(std::move(object)));
     }
 
-    Result<void> WriteText(const AssetRepositoryRef& repository, const CountsByType& counts, const Counts& sum, Output& output) const {
-        TRY(output.WriteLine(FormatMessage("Repository @ in @, index: @", repository->GetId(), Url::FromSystemPath(_path), GetIndexState(repository))));
+    Result<void> WriteText(const AssetRepositoryRef& repository, const CountsByType& counts, const Counts& sum,
+                           Output& output) const {
+        TRY(output.WriteLine(FormatMessage("Repository @ in @, index: @", repository->GetId(), Url::FromSystemPath(_path),
+                                           GetIndexState(repository))));
         using ALIGN = TextTable::ALIGN;
-        TextTable table({{"TYPE"}, {"ASSETS", ALIGN::RIGHT}, {"DELETED", ALIGN::RIGHT}, {"VERSIONS", ALIGN::RIGHT}, {"SIZE", ALIGN::RIGHT}});
+        TextTable table(
+            {{"TYPE"}, {"ASSETS", ALIGN::RIGHT}, {"DELETED", ALIGN::RIGHT}, {"VERSIONS", ALIGN::RIGHT}, {"SIZE", ALIGN::RIGHT}});
         const auto add = [&](const std::string& title, const Counts& row) {
-            table.AddRow({title, std::to_string(row.assets), std::to_string(row.deleted), std::to_string(row.versions), TerminalText::FormatBytes(row.bytes)});
+            table.AddRow({title, std::to_string(row.assets), std::to_string(row.deleted), std::to_string(row.versions),
+                          TerminalText::FormatBytes(row.bytes)});
         };
         for (const auto& [type, ofType] : counts) add(std::string(type.GetView()), ofType);
         add("all", sum);

@@ -14,7 +14,8 @@ constexpr ASSET_METADATA_KIND TAG_KIND = ASSET_METADATA_KIND::PERSISTENT | ASSET
 class StoreCommand final : public Command {
 public:
     CommandWords GetWords() const override {
-        return {"store", "Store a file or folder as a new version of an asset.", "talvo store shelf chair chair-v2.obj --tag \"rounder legs\"",
+        return {"store", "Store a file or folder as a new version of an asset.",
+                "talvo store shelf chair chair-v2.obj --tag \"rounder legs\"",
                 "An asset that isn't there yet begins with this version."};
     }
 

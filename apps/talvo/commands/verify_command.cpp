@@ -3,6 +3,7 @@
 #include "apps/talvo/terminal_text.h"
 #include "urlassetrepository.h"
 
+#include <algorithm>
 #include <charconv>
 #include <thread>
 

@@ -12,7 +12,8 @@ namespace talvo {
 /// The help of REPO.
 inline constexpr const char* REPO_HELP = "folder of the repository";
 /// The help of --version.
-inline constexpr const char* VERSION_HELP = "'#COUNTER', a version id, or at least 4 first characters of one (default: the newest)";
+inline constexpr const char* VERSION_HELP =
+    "'#COUNTER', a version id, or at least 4 first characters of one (default: the newest)";
 
 struct VersionArguments {
     std::string repository;
@@ -46,8 +47,8 @@ struct OpenedVersion {
     static Result<OpenedVersion> OpenToWrite(const VersionArguments& arguments, const CommonOptions& options) {
         OpenedVersion opened;
         opened.repository = TRY(RepositoryOpener::Open(arguments.repository, options));
-        opened.description =
-            TRY(VersionSelector::Select(opened.repository, arguments.id, arguments.version, VersionSelector::SCOPE::REPOSITORY_ONLY));
+        opened.description = TRY(
+            VersionSelector::Select(opened.repository, arguments.id, arguments.version, VersionSelector::SCOPE::REPOSITORY_ONLY));
         return opened;
     }
 };
