@@ -14,6 +14,11 @@ if(TALVO_BUILD_TESTS)
     add_compile_definitions(_GLIBCXX_ASSERTIONS)
 endif()
 
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    # This release takes text + std::string of its own library for a copy of impossible length.
+    add_compile_options(-Wno-stringop-overflow -Wno-restrict)
+endif()
+
 if(TALVO_SANITIZE)
     add_compile_options(-fsanitize=${TALVO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${TALVO_SANITIZE})
