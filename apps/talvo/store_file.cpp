@@ -28,12 +28,24 @@ Result<AssetMetaData> MakeName(const String& name, const AssetMetaData& before) 
     return AssetMetaData::Create(std::move(table));
 }
 
+// The newest version with content, also of a deleted asset: storing it again brings back what was known of it.
+Result<AssetDescription> FindNewestContent(const AssetRepositoryRef& repository, const Id& id) {
+    AssetDescription newest = TRY(repository->FindLatestAsset(Id(), id, Id(), ASSET_FIND_MODE::LATEST));
+    if (newest) return newest;
+    const ASSET_FIND_MODE mode = ASSET_FIND_MODE::ALL_VERSIONS | ASSET_FIND_MODE::WITH_DELETED | ASSET_FIND_MODE::WITHOUT_BASES;
+    TRY(FindAssets(repository, {}, id, Id(), mode, [&](const AssetDescription& found) -> Result<Bool> {
+        if (!found->IsDeleted()) newest = found;
+        return !newest;
+    }));
+    return newest;
+}
+
 }  // namespace
 
 Result<AssetDescription> StoreFile(const AssetRepositoryRef& repository, const FileToStore& file) {
     const FileAsset asset = TRY(FileAsset::Create(file.source));
     // It must live until the store is done, since the asset holds its metadata weakly.
-    const AssetDescription newest = TRY(repository->FindLatestAsset(Id(), file.id, Id(), ASSET_FIND_MODE::LATEST));
+    const AssetDescription newest = TRY(FindNewestContent(repository, file.id));
     const AssetMetaData before = newest ? newest->GetMetaData() : AssetMetaData();
     if (newest) asset->SetMetaData(before);
     AssetMetaData metaData;

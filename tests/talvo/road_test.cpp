@@ -164,6 +164,15 @@ TEST_F(RoadTest, DeletedAssetsComeBackWhenTheMarkerIsErased) {
     EXPECT_EQ(ListIds(shelf, {"--all-versions", "--deleted"}), "");
 }
 
+TEST_F(RoadTest, StoringADeletedAssetAgainBringsBackWhatWasKnownOfIt) {
+    const std::string shelf = MakeRepository("shelf");
+    Store(shelf, "chair", "one");
+    RunText({"meta", "set", shelf, "chair", "my.key", "42", "--type", "int"});
+    RunText({"delete", shelf, "chair"});
+    EXPECT_EQ(Store(shelf, "chair", "two").Number("counter"), 3);
+    EXPECT_EQ(RunText({"meta", "get", shelf, "chair", "my.key"}), "42\n");
+}
+
 TEST_F(RoadTest, CopiesKeepVersionAndMetadata) {
     const std::string shelf = MakeRepository("shelf");
     const std::string other = MakeRepository("other");
