@@ -11,7 +11,7 @@ namespace talvo {
 
 /// What a store gave back. Publishing may change url and vdata.
 struct AssetStoreResult {
-    Url url;                      ///< where the content lies now; may be empty
+    Url url;  ///< where the content lies now; may be empty
     Id versionId;
     Data vdata;                   ///< the backend's data of the version
     AssetStoreMetaData metaData;  ///< metadata that arose from storing
@@ -26,7 +26,8 @@ struct AssetVersionNumber {
 };
 
 /// What LoadVersionsImpl reports: key, description (may be null at first) and the backend's data of the version.
-using AssetVersionReceiver = FunctionRef<Result<Bool>(const AssetVersionKey& key, const AssetDescription& description, const Data& vdata)>;
+using AssetVersionReceiver =
+    FunctionRef<Result<Bool>(const AssetVersionKey& key, const AssetDescription& description, const Data& vdata)>;
 /// What LoadExistingIdsImpl reports; gives back the id's `adata` for the backend to fill.
 using AssetIdReceiver = FunctionRef<Result<Data*>(const Id& aid, const Id& type)>;
 
@@ -45,8 +46,9 @@ public:
     virtual Result<Data> CreateDataForIdImpl(const Id& aid, const Id& type) = 0;
     /// Writes one version, unseen by others until it is published. @param overwrittenHash the version id that is replaced, or null.
     /// @param asset what to store, or null with `deleteAsset` or a `source`.
-    virtual Result<AssetStoreResult> StoreImpl(const Asset& asset, Bool deleteAsset, const Id& overwrittenHash, const AssetDescription& source,
-                                               Data& adata, const AssetVersionNumber& version, Bool addEncryption) = 0;
+    virtual Result<AssetStoreResult> StoreImpl(const Asset& asset, Bool deleteAsset, const Id& overwrittenHash,
+                                               const AssetDescription& source, Data& adata, const AssetVersionNumber& version,
+                                               Bool addEncryption) = 0;
     /// Removes one version. @param vdata of that version. An error means that nothing was removed.
     virtual Result<void> EraseImpl(const AssetDescription& asset, const Data& vdata) = 0;
     /// The last version of an asset is gone. @return true: drop the id from memory too.
@@ -55,8 +57,9 @@ public:
     virtual Result<Data> LoadMetaDataImpl(const Data& vdata, const InternedId& metaId, ASSET_METADATA_KIND kind) = 0;
     /// Writes one value; an empty one deletes it. @param source in `urlMode` the file to copy, empty to delete. @return the value to keep in memory.
     /// Errors: UnsupportedOperationError where there is no place for a derived or user value.
-    virtual Result<Data> StoreMetaDataImpl(const Data& vdata, const InternedId& metaId, const Data& data, const IdAndVersion& asset,
-                                           const Url& source, ASSET_METADATA_KIND kind, Bool urlMode) = 0;
+    virtual Result<Data> StoreMetaDataImpl(const Data& vdata, const InternedId& metaId, const Data& data,
+                                           const IdAndVersion& asset, const Url& source, ASSET_METADATA_KIND kind,
+                                           Bool urlMode) = 0;
     /// An asset was loaded. The default registers its references.
     virtual Result<void> AssetLoadedImpl(const Asset& asset, Bool updateLinks) = 0;
     /// A store needs the versions loaded first.
@@ -149,8 +152,10 @@ public:
     Result<AssetDescription> OverwriteAsset(const Id& aid, const Asset& asset, const AssetMetaData& metaData) override;
     Result<AssetDescription> DeleteAsset(const Id& aid) override;
     Result<void> EraseAsset(const AssetDescription& asset) override;
-    Result<AssetDescription> CopyAsset(const Id& aid, const AssetDescription& source, Bool addEncryption, Bool overwrite) override;
-    Result<void> StoreMetaData(const AssetDescription& asset, const InternedId& metaId, const Data& data, ASSET_METADATA_KIND kind) override;
+    Result<AssetDescription> CopyAsset(const Id& aid, const AssetDescription& source, Bool addEncryption,
+                                       Bool overwrite) override;
+    Result<void> StoreMetaData(const AssetDescription& asset, const InternedId& metaId, const Data& data,
+                               ASSET_METADATA_KIND kind) override;
     Result<void> StoreUrlMetaData(const AssetDescription& asset, const InternedId& metaId, const Url& source,
                                   ASSET_METADATA_KIND kind) override;
     Result<Id> GetDescriptionDatabaseId() const override;

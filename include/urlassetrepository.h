@@ -24,9 +24,9 @@ public:
 struct RepositoryFinding {
     /// What is wrong.
     enum class PROBLEM : Int32 {
-        PAYLOAD_CHANGED,     ///< the bytes don't have the hash under which they were stored
+        PAYLOAD_CHANGED,  ///< the bytes don't have the hash under which they were stored
         PAYLOAD_MISSING,
-        PAYLOAD_DOUBLED,     ///< more than one payload in a version
+        PAYLOAD_DOUBLED,  ///< more than one payload in a version
         PAYLOAD_UNREADABLE,
         DOCUMENT_DAMAGED,    ///< a metadata document doesn't read
         HASH_MISSING,        ///< no `hash` file, so the payload can't be checked

@@ -19,7 +19,7 @@ struct AssetVersionValidity {
     /// Which limit is not kept.
     enum class STATE : Int32 { VALID = 0, NEEDS_LATER = 1, NEEDS_EARLIER = 2 };
     STATE state = STATE::VALID;
-    Float64 minVersion = 0;          ///< 0 if valid, as the next two
+    Float64 minVersion = 0;  ///< 0 if valid, as the next two
     Float64 maxVersion = 0;
     Float64 applicationVersion = 0;
 };
@@ -112,7 +112,8 @@ public:
 class UpdatableAssetInterface : public AssetInterface {
 public:
     /// Gives each reference its newer target.
-    virtual Result<void> Update(Block<const std::pair<AssetReference, AssetBase>> updates, const AssetRepositoryRef& repository) = 0;
+    virtual Result<void> Update(Block<const std::pair<AssetReference, AssetBase>> updates,
+                                const AssetRepositoryRef& repository) = 0;
 };
 using UpdatableAsset = StrongRef<UpdatableAssetInterface>;
 

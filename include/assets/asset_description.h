@@ -44,7 +44,7 @@ public:
         AssetVersionKey key;
         AssetMetaData metaData;  ///< null: the empty one
         Bool deleted = false;
-        Url url;                 ///< empty: found at need
+        Url url;  ///< empty: found at need
     };
     /// A description of a version in `repository`.
     static Result<AssetDescription> Create(const AssetRepositoryRef& repository, Parts parts);

@@ -18,11 +18,11 @@ namespace talvo {
 /// or USER can be stored; 0 stays in memory.
 enum class ASSET_METADATA_KIND : UInt32 {
     NONE = 0,
-    READ_ONLY = 1,    ///< set when the entry is made, never changed after
-    PERSISTENT = 2,   ///< saved with the repository
-    VERSIONED = 4,    ///< belongs to one version; without it following versions take the value over
-    DERIVED = 8,      ///< computed, may be dropped at any time
-    USER = 16,        ///< the user's own: may be set on a repository that isn't writable
+    READ_ONLY = 1,                ///< set when the entry is made, never changed after
+    PERSISTENT = 2,               ///< saved with the repository
+    VERSIONED = 4,                ///< belongs to one version; without it following versions take the value over
+    DERIVED = 8,                  ///< computed, may be dropped at any time
+    USER = 16,                    ///< the user's own: may be set on a repository that isn't writable
     OVERRIDE_READ_ONLY = 0x10000  ///< lifts READ_ONLY for this one call; never kept
 };
 constexpr ASSET_METADATA_KIND operator|(ASSET_METADATA_KIND first, ASSET_METADATA_KIND second) {

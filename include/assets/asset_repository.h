@@ -72,8 +72,8 @@ public:
     /// A loaded asset was updated in memory.
     virtual void HandleAssetUpdated(const AssetBase& asset) = 0;
     /// A metadata value was written.
-    virtual void HandleMetaDataStored(const AssetBase& asset, const InternedId& metaId, ASSET_METADATA_KIND kind, const Data& prevData,
-                                      const Data& newData) = 0;
+    virtual void HandleMetaDataStored(const AssetBase& asset, const InternedId& metaId, ASSET_METADATA_KIND kind,
+                                      const Data& prevData, const Data& newData) = 0;
     /// A download went on or ended.
     virtual void HandleDownloadStateChanged(const AssetRepositoryRef& repository, Bool finished) = 0;
 };
@@ -119,7 +119,8 @@ public:
                                     AssetFindReceiver receiver) = 0;
     /// The newest version of an asset, or the version asked for, over the graph; null if there is none.
     /// Errors: IllegalArgumentError "Asset ID cannot be null."; those of FindAssets.
-    virtual Result<AssetDescription> FindLatestAsset(const Id& type, const Id& aid, const Id& version, ASSET_FIND_MODE findMode) = 0;
+    virtual Result<AssetDescription> FindLatestAsset(const Id& type, const Id& aid, const Id& version,
+                                                     ASSET_FIND_MODE findMode) = 0;
     /// The description of an asset of this repository whose versions were loaded. Errors: IllegalArgumentError.
     virtual Result<AssetDescription> GetDescription(const AssetBase& asset) = 0;
     /// Order of two versions of one asset; INCOMPARABLE for two assets. "*" is greater than any stored version.
@@ -134,10 +135,12 @@ public:
     /// Removes one version for good. Errors: IllegalStateError for an unknown asset or version.
     virtual Result<void> EraseAsset(const AssetDescription& asset) = 0;
     /// Copies a version from any repository, with its persistent and versioned values, keeping its version id.
-    virtual Result<AssetDescription> CopyAsset(const Id& aid, const AssetDescription& source, Bool addEncryption, Bool overwrite) = 0;
+    virtual Result<AssetDescription> CopyAsset(const Id& aid, const AssetDescription& source, Bool addEncryption,
+                                               Bool overwrite) = 0;
     /// Writes one metadata value of a version; an empty one removes it. Adds no version.
     /// Errors: IllegalStateError if the kind needs a writable repository; IllegalArgumentError for an illegal id or a read-only entry; the backend's.
-    virtual Result<void> StoreMetaData(const AssetDescription& asset, const InternedId& metaId, const Data& data, ASSET_METADATA_KIND kind) = 0;
+    virtual Result<void> StoreMetaData(const AssetDescription& asset, const InternedId& metaId, const Data& data,
+                                       ASSET_METADATA_KIND kind) = 0;
     /// Copies the file at `source` into the repository as a metadata value; an empty url removes it.
     virtual Result<void> StoreUrlMetaData(const AssetDescription& asset, const InternedId& metaId, const Url& source,
                                           ASSET_METADATA_KIND kind) = 0;
@@ -171,7 +174,8 @@ public:
     /// Sets that name.
     virtual Result<void> SetRepositoryName(const String& name, LanguageRef language) = 0;
     /// Like the other GetCachedData, for objects that are told of changes.
-    virtual Result<DerivedAssetRepositoryDataRef> GetCachedData(const Data& key, FunctionRef<Result<DerivedAssetRepositoryDataRef>()> callback) = 0;
+    virtual Result<DerivedAssetRepositoryDataRef> GetCachedData(
+        const Data& key, FunctionRef<Result<DerivedAssetRepositoryDataRef>()> callback) = 0;
     // Events: each fires the own observable, then goes up to each derived repository, then to the derived data.
     /// A base came or went.
     virtual void HandleBaseChanged(const AssetRepositoryRef& base, Bool added) = 0;
@@ -182,8 +186,8 @@ public:
     /// A loaded asset was updated.
     virtual void HandleAssetUpdated(const AssetBase& asset) = 0;
     /// A metadata value was written.
-    virtual void HandleMetaDataStored(const AssetBase& asset, const InternedId& metaId, ASSET_METADATA_KIND kind, const Data& prevData,
-                                      const Data& newData) = 0;
+    virtual void HandleMetaDataStored(const AssetBase& asset, const InternedId& metaId, ASSET_METADATA_KIND kind,
+                                      const Data& prevData, const Data& newData) = 0;
     /// A download went on or ended.
     virtual void HandleDownloadStateChanged(const AssetRepositoryRef& repository, Bool finished) = 0;
     /// Asks the repository to give back what it can load again.

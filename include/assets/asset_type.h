@@ -27,7 +27,8 @@ public:
     /// Suffix of the content file, without the dot. Errors: IllegalArgumentError for an asset of another class.
     virtual Result<String> GetUrlSuffix(const Asset& asset) const = 0;
     /// Icon for an asset that has no preview.
-    virtual Result<Url> GetDefaultIcon(const AssetRepositoryRef& repository, const IdAndVersion& asset, const AssetMetaData& meta) const = 0;
+    virtual Result<Url> GetDefaultIcon(const AssetRepositoryRef& repository, const IdAndVersion& asset,
+                                       const AssetMetaData& meta) const = 0;
     /// The loaded object of the content at `url`.
     virtual Result<Asset> Load(const AssetRepositoryRef& repo, const AssetDescription& assetDescription, const Url& url,
                                Bool updateLinks) const = 0;
@@ -38,10 +39,11 @@ public:
     /// Copies stored content, enciphering it where the kind does.
     virtual Result<void> CopyWithEncryption(const AssetDescription& source, const Url& from, const Url& to) const = 0;
     /// The description of a category that the asset holds. @param mode 0: with what it includes; 1: its own entries only.
-    virtual Result<DataDescriptionDefinition> LoadDescriptionDefinition(const AssetDescription& asset, Int32 mode, const Id& category,
-                                                                        LanguageRef language) const = 0;
+    virtual Result<DataDescriptionDefinition> LoadDescriptionDefinition(const AssetDescription& asset, Int32 mode,
+                                                                        const Id& category, LanguageRef language) const = 0;
     /// Stores such a description. @return the description of the version that holds it now.
-    virtual Result<AssetDescription> StoreDescriptionDefinition(const AssetDescription& asset, const Id& category, LanguageRef language,
+    virtual Result<AssetDescription> StoreDescriptionDefinition(const AssetDescription& asset, const Id& category,
+                                                                LanguageRef language,
                                                                 const DataDescriptionDefinition& overwrittenDescription,
                                                                 const AssetRepositoryRef& storeRepository) const = 0;
     /// Id of an asset in another repository.
@@ -78,7 +80,8 @@ inline constexpr LiteralId CATEGORY_BASE{"net.talvo.category.base"};
 class AssetTypeBase : public AssetTypeInterface {
 public:
     Result<String> GetUrlSuffix(const Asset& asset) const override;
-    Result<Url> GetDefaultIcon(const AssetRepositoryRef& repository, const IdAndVersion& asset, const AssetMetaData& meta) const override;
+    Result<Url> GetDefaultIcon(const AssetRepositoryRef& repository, const IdAndVersion& asset,
+                               const AssetMetaData& meta) const override;
     Result<void> CopyWithEncryption(const AssetDescription& source, const Url& from, const Url& to) const override;
     Result<DataDescriptionDefinition> LoadDescriptionDefinition(const AssetDescription& asset, Int32 mode, const Id& category,
                                                                 LanguageRef language) const override;

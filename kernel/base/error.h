@@ -58,8 +58,8 @@ struct ErrorClass {
     static Bool IsClassOf(const ErrorRef& error) { return error && error->GetClassId() == TAG::ID; }
 };
 
-#define TALVO_ERROR_CLASS(NAME, TEXT)                \
-    struct NAME : ErrorClass<NAME> {                 \
+#define TALVO_ERROR_CLASS(NAME, TEXT)                           \
+    struct NAME : ErrorClass<NAME> {                            \
         static constexpr LiteralId ID{"net.talvo.error." TEXT}; \
     }
 

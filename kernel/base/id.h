@@ -28,8 +28,7 @@ public:
     constexpr Id(const Id& other) : _text(other._text), _word(other._word) {
         if (_word & OWNED_BIT) AddReference();
     }
-    constexpr Id(Id&& other) noexcept
-        : _text(std::exchange(other._text, "")), _word(std::exchange(other._word, 0)) {}
+    constexpr Id(Id&& other) noexcept : _text(std::exchange(other._text, "")), _word(std::exchange(other._word, 0)) {}
     constexpr ~Id() {
         if (_word & OWNED_BIT) ReleaseReference();
     }

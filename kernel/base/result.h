@@ -110,46 +110,48 @@ Result<T> AsResult(Result<T>&& result) {
 /// The value of an expression of type `Result<T>`; returns its error from the function around it.
 /// A whole statement, or the whole initialiser of one variable: nowhere else, since compilers skip destructors of what
 /// was built before it in the same expression. In a lambda it leaves the lambda only.
-#define TRY(...)                                                                          \
-    __extension__({                                                                       \
-        auto&& talvoResult = (__VA_ARGS__);                                               \
-        if (talvoResult.IsError()) [[unlikely]] return talvoResult.GetError();            \
-        ::talvo::detail::TakeValue(::std::move(talvoResult));                             \
+#define TRY(...)                                              \
+    __extension__({                                           \
+        auto&& talvoResult = (__VA_ARGS__);                   \
+        if (talvoResult.IsError()) [[unlikely]]               \
+            return talvoResult.GetError();                    \
+        ::talvo::detail::TakeValue(::std::move(talvoResult)); \
     })
 
 /// `TRY` for `Result<const T&>`: gives a reference to what it names. Use as `const T& x = TRY_REF(...)`.
-#define TRY_REF(...)                                                                      \
-    (*__extension__({                                                                     \
-        auto&& talvoResult = (__VA_ARGS__);                                               \
-        if (talvoResult.IsError()) [[unlikely]] return talvoResult.GetError();            \
-        &talvoResult.GetValue();                                                          \
+#define TRY_REF(...)                            \
+    (*__extension__({                           \
+        auto&& talvoResult = (__VA_ARGS__);     \
+        if (talvoResult.IsError()) [[unlikely]] \
+            return talvoResult.GetError();      \
+        &talvoResult.GetValue();                \
     }))
 
 /// The value of what was shown not to fail; ends the process with the error's text if it did all the same.
-#define MUST(...)                                                                                                       \
-    __extension__({                                                                                                     \
-        auto&& talvoResult = (__VA_ARGS__);                                                                             \
-        if (talvoResult.IsError()) [[unlikely]]                                                                         \
-            ::talvo::detail::AbortOnError(*talvoResult.GetError(), ::talvo::SourceLocation::Current());                 \
-        ::talvo::detail::TakeValue(::std::move(talvoResult));                                                           \
+#define MUST(...)                                                                                       \
+    __extension__({                                                                                     \
+        auto&& talvoResult = (__VA_ARGS__);                                                             \
+        if (talvoResult.IsError()) [[unlikely]]                                                         \
+            ::talvo::detail::AbortOnError(*talvoResult.GetError(), ::talvo::SourceLocation::Current()); \
+        ::talvo::detail::TakeValue(::std::move(talvoResult));                                           \
     })
 
 /// Caller's mistake in an argument: IllegalArgumentError with the words of the condition.
-#define CHECK_ARGUMENT(CONDITION, TEXT)                                                                                 \
-    do {                                                                                                                \
+#define CHECK_ARGUMENT(CONDITION, TEXT)                                                                                         \
+    do {                                                                                                                        \
         if (!(CONDITION)) return ::talvo::IllegalArgumentError::Create("Illegal argument: Condition " TEXT " not fulfilled. "); \
     } while (false)
 
 /// The operation does not fit the state: IllegalStateError with the words of the condition.
-#define CHECK_STATE(CONDITION, TEXT)                                                                                    \
-    do {                                                                                                                \
-        if (!(CONDITION)) return ::talvo::IllegalStateError::Create("Illegal state: Condition " TEXT " not fulfilled. ");       \
+#define CHECK_STATE(CONDITION, TEXT)                                                                                      \
+    do {                                                                                                                  \
+        if (!(CONDITION)) return ::talvo::IllegalStateError::Create("Illegal state: Condition " TEXT " not fulfilled. "); \
     } while (false)
 
 /// Our own expectation is broken: UnexpectedError with the words of the condition.
-#define CHECK_EXPECTED(CONDITION, TEXT)                                                                                 \
-    do {                                                                                                                \
-        if (!(CONDITION)) return ::talvo::UnexpectedError::Create("Assertion failed: Condition " TEXT " not fulfilled. ");      \
+#define CHECK_EXPECTED(CONDITION, TEXT)                                                                                    \
+    do {                                                                                                                   \
+        if (!(CONDITION)) return ::talvo::UnexpectedError::Create("Assertion failed: Condition " TEXT " not fulfilled. "); \
     } while (false)
 
 /// Runs `work`, which returns a Result, and turns an allocation failure anywhere below into OutOfMemoryError.
@@ -159,7 +161,8 @@ auto CatchOutOfMemory(WORK&& work) -> decltype(work()) {
     try {
         return std::forward<WORK>(work)();
     } catch (const std::bad_alloc&) {
-        return ErrorRef(OutOfMemoryError::Create("Out of memory. Close other work or give the process more memory, then try again."));
+        return ErrorRef(
+            OutOfMemoryError::Create("Out of memory. Close other work or give the process more memory, then try again."));
     }
 }
 

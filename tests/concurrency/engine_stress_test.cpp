@@ -20,17 +20,21 @@ constexpr int ROUNDS = 60;
 
 class EngineStress : public testing::Test {
 protected:
-    EngineStress() : _volume(MUST(MemoryVolume::Create())), _repository(MUST(MemoryAssetRepository::Create("stress"_id, {}, WRITABLE))) {}
+    EngineStress()
+        : _volume(MUST(MemoryVolume::Create())), _repository(MUST(MemoryAssetRepository::Create("stress"_id, {}, WRITABLE))) {}
 
     Asset MakePayload(const std::string& content) {
         const Url url = _volume->GetRoot() + ("payload" + std::to_string(_payloads++));
         MUST(FileUtilities::WriteFileFromMemory(url, content));
         return Asset(MUST(FileAsset::Create(url)));
     }
-    AssetDescription Store(const Id& id, const std::string& content) { return MUST(_repository->StoreAsset(id, MakePayload(content), {})); }
+    AssetDescription Store(const Id& id, const std::string& content) {
+        return MUST(_repository->StoreAsset(id, MakePayload(content), {}));
+    }
     std::vector<AssetDescription> GetVersions(const Id& id) {
         std::vector<AssetDescription> versions;
-        MUST(FindAssets(AssetRepositoryRef(_repository), {}, id, {}, ASSET_FIND_MODE::ALL_VERSIONS | ASSET_FIND_MODE::WITH_DELETED,
+        MUST(FindAssets(AssetRepositoryRef(_repository), {}, id, {},
+                        ASSET_FIND_MODE::ALL_VERSIONS | ASSET_FIND_MODE::WITH_DELETED,
                         [&](const AssetDescription& found) -> Result<Bool> {
                             versions.push_back(found);
                             return true;
@@ -133,7 +137,8 @@ TEST_F(EngineStress, edgesComeAndGoWhileEventsRunUpTheGraph) {
         }
     };
     const auto shortLived = [&] {
-        for (int i = 0; i < ROUNDS; ++i) MUST(MemoryAssetRepository::Create("short"_id, Block<const AssetRepositoryRef>(&below, 1), WRITABLE));
+        for (int i = 0; i < ROUNDS; ++i)
+            MUST(MemoryAssetRepository::Create("short"_id, Block<const AssetRepositoryRef>(&below, 1), WRITABLE));
     };
     const auto stores = [&] {
         for (int i = 0; i < ROUNDS; ++i) Store("edge"_id, std::to_string(i));

@@ -49,11 +49,12 @@ Result<AssetVersionTableRef> RepositoryEngine::EnsureVersions(AssetIdData& recor
     fresh->loaded = true;
     // An id that the backend doesn't know yet has no versions; they are not marked as loaded, so that it is asked later.
     if (!record.created.load(std::memory_order_acquire)) return AssetVersionTableRef(fresh);
-    TRY(_self.LoadVersionsImpl(record.id, record.type, record.adata,
-                               [&](const AssetVersionKey& key, const AssetDescription& description, const Data& vdata) -> Result<Bool> {
-                                   TRY(fresh->Merge(key, description, vdata));
-                                   return true;
-                               }));
+    TRY(_self.LoadVersionsImpl(
+        record.id, record.type, record.adata,
+        [&](const AssetVersionKey& key, const AssetDescription& description, const Data& vdata) -> Result<Bool> {
+            TRY(fresh->Merge(key, description, vdata));
+            return true;
+        }));
     *versions = fresh;
     return AssetVersionTableRef(fresh);
 }
@@ -128,7 +129,8 @@ Result<Bool> RepositoryEngine::FindInBases(const Walk& walk) {
         if (!base) return NullptrError::Create(FormatMessage("Repository @ has a null base.", _id));
         const Bool isNew = TRY(walk.visited.Insert(base.GetPointer()));
         if (!isNew) continue;
-        const Bool goOn = TRY(base->PrivateFindAssets(walk.types, walk.aid, walk.version, walk.mode, walk.receiver, walk.visited, walk.latest));
+        const Bool goOn =
+            TRY(base->PrivateFindAssets(walk.types, walk.aid, walk.version, walk.mode, walk.receiver, walk.visited, walk.latest));
         if (!goOn) return false;
     }
     return true;

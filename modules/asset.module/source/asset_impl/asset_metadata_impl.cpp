@@ -22,7 +22,8 @@ Result<void> Deliver(const Data& value, DataType type, void* mem, Bool& isSet) {
 
 }  // namespace
 
-AssetMetaDataImpl::AssetMetaDataImpl(AssetMetaDataTable entries) : _hasRepository(false), _state(METADATA_LOCK, std::move(entries)) {}
+AssetMetaDataImpl::AssetMetaDataImpl(AssetMetaDataTable entries)
+    : _hasRepository(false), _state(METADATA_LOCK, std::move(entries)) {}
 
 AssetMetaDataImpl::AssetMetaDataImpl(const AssetRepositoryRef& repository, Id type, IdAndVersion identity, Data vdata,
                                      AssetMetaDataTable entries)
@@ -123,7 +124,8 @@ Result<Data> AssetMetaDataImpl::Compute(const InternedId& metaId) const {
 
     AssetDescription description;
     TRY(FindAssets(repository, Block<const Id>(&_type, 1), _identity.first, _identity.second,
-                   ASSET_FIND_MODE::ALL_VERSIONS | ASSET_FIND_MODE::WITHOUT_BASES, [&](const AssetDescription& found) -> Result<Bool> {
+                   ASSET_FIND_MODE::ALL_VERSIONS | ASSET_FIND_MODE::WITHOUT_BASES,
+                   [&](const AssetDescription& found) -> Result<Bool> {
                        description = found;
                        return false;
                    }));
@@ -198,8 +200,8 @@ Result<AssetMetaData> AssetMetaData::Create(AssetMetaDataTable entries) {
     });
 }
 
-Result<AssetMetaData> AssetMetaData::Create(const AssetRepositoryRef& repository, const Id& type, const IdAndVersion& identity, Data vdata,
-                                            AssetMetaDataTable entries) {
+Result<AssetMetaData> AssetMetaData::Create(const AssetRepositoryRef& repository, const Id& type, const IdAndVersion& identity,
+                                            Data vdata, AssetMetaDataTable entries) {
     return CatchOutOfMemory([&]() -> Result<AssetMetaData> {
         return AssetMetaData(StrongRef<AssetMetaDataInterface>(
             new AssetMetaDataImpl(repository, type, identity, std::move(vdata), std::move(entries))));

@@ -17,7 +17,8 @@ class AssetMetaDataImpl final : public AssetMetaDataInterface {
 public:
     /// Without a repository: values only.
     explicit AssetMetaDataImpl(AssetMetaDataTable entries);
-    AssetMetaDataImpl(const AssetRepositoryRef& repository, Id type, IdAndVersion identity, Data vdata, AssetMetaDataTable entries);
+    AssetMetaDataImpl(const AssetRepositoryRef& repository, Id type, IdAndVersion identity, Data vdata,
+                      AssetMetaDataTable entries);
 
     Result<BaseArray<AssetMetaDataExistingEntry>> GetExistingEntries() const override;
     Result<Opt<Data>> Get(const InternedId& metaId) const override;

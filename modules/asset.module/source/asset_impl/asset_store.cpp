@@ -51,8 +51,8 @@ Result<void> CheckIdText(const Id& id, const char* what) {
             const Bool plain = UChar(each) >= 0x20 && UChar(each) != 0x7f;
             shown += plain ? std::string(1, each) : "\\x" + ToHex(std::string_view(&each, 1));
         }
-        return IllegalArgumentError::Create(
-            FormatMessage("The @ \"@\" contains a control character. Use an id without line ends and other control characters.", what, shown));
+        return IllegalArgumentError::Create(FormatMessage(
+            "The @ \"@\" contains a control character. Use an id without line ends and other control characters.", what, shown));
     }
     return OK;
 }
@@ -98,7 +98,8 @@ Result<AssetDescription> RepositoryEngine::Store(const StoreRequest& request) {
     }
 }
 
-Result<void> RepositoryEngine::RegisterStored(AssetIdData& record, const StoreRequest& request, const AssetDescription& description) {
+Result<void> RepositoryEngine::RegisterStored(AssetIdData& record, const StoreRequest& request,
+                                              const AssetDescription& description) {
     if (!request.asset) return OK;
     const Asset stored = TRY(description->Load(true));
     return RegisterReferences(record, stored);
@@ -175,8 +176,8 @@ Result<void> RepositoryEngine::WriteVersion(AssetIdData& record, const StoreRequ
     const Bool deletes = request.content == StoreRequest::CONTENT::DELETION;
     for (Int tries = 0; tries < MAX_NUMBER_TRIES; ++tries) {
         Data adata = record.adata;
-        version.stored = TRY(_self.StoreImpl(request.asset, deletes, version.overwrittenHash, request.source, adata, version.number,
-                                             request.encryption == StoreRequest::ENCRYPTION::ADD));
+        version.stored = TRY(_self.StoreImpl(request.asset, deletes, version.overwrittenHash, request.source, adata,
+                                             version.number, request.encryption == StoreRequest::ENCRYPTION::ADD));
         if (!version.stored.numberTaken) {
             auto versions = record.versions.Write();
             record.adata = std::move(adata);
@@ -245,24 +246,27 @@ Result<void> RepositoryEngine::WriteVersionMetaData(const AssetIdData& record, N
         // A value that names a file of another version's metadata: the file moves along.
         const Bool urlMode = url && url->GetScheme() == "meta"_id;
         const Url source = urlMode ? *url : Url();
-        entry->value = TRY(_self.StoreMetaDataImpl(version.stored.vdata, id, urlMode ? Data() : entry->value, version.identity, source,
-                                                   entry->kind, urlMode));
+        entry->value = TRY(_self.StoreMetaDataImpl(version.stored.vdata, id, urlMode ? Data() : entry->value, version.identity,
+                                                   source, entry->kind, urlMode));
     }
     const AssetMetaDataEntry* time = version.table.Find(InternedId(ASSETMETADATA::TIMESTAMP));
     CHECK_EXPECTED(time != nullptr, "timeMeta");
     const UniversalDateTime* value = time->value.GetPtr<UniversalDateTime>();
-    if (!value) return IllegalStateError::Create(FormatMessage("The time of a version of asset @ is no point in time.", record.id));
+    if (!value)
+        return IllegalStateError::Create(FormatMessage("The time of a version of asset @ is no point in time.", record.id));
     version.key = {UInt(value->GetValue()), version.number.counter, version.number.origin};
     return OK;
 }
 
-Result<AssetDescription> RepositoryEngine::MakeDescription(const AssetIdData& record, const StoreRequest& request, NewVersion& version) {
+Result<AssetDescription> RepositoryEngine::MakeDescription(const AssetIdData& record, const StoreRequest& request,
+                                                           NewVersion& version) {
     const AssetRepositoryRef self(&_self);
     AssetDescription::Parts parts;
     parts.type = record.type;
     parts.identity = version.identity;
     parts.key = version.key;
-    parts.metaData = TRY(AssetMetaData::Create(self, record.type, version.identity, version.stored.vdata, std::move(version.table)));
+    parts.metaData =
+        TRY(AssetMetaData::Create(self, record.type, version.identity, version.stored.vdata, std::move(version.table)));
     parts.deleted = request.content == StoreRequest::CONTENT::DELETION;
     parts.url = version.stored.url;
     const AssetMetaData metaData = parts.metaData;

@@ -54,12 +54,12 @@ using AssetVersionTableRef = StrongRef<const AssetVersionTable>;
 ///
 /// Lock order: `storeLock`, then `versions`. `adata` is written with both held, so either of them is enough to read it.
 struct AssetIdData {
-    Id id;                            // constant
-    Id type;                          // constant: one id has one type
-    std::atomic<Bool> erased{false};  // written under storeLock; a store that meets it looks the id up again
-    std::atomic<Bool> created{false}; // the backend has made `adata`; written under storeLock
+    Id id;                             // constant
+    Id type;                           // constant: one id has one type
+    std::atomic<Bool> erased{false};   // written under storeLock; a store that meets it looks the id up again
+    std::atomic<Bool> created{false};  // the backend has made `adata`; written under storeLock
     Data adata;
-    Spinlock storeLock{STORE_LOCK};               // one store at a time, held across the backend's I/O
+    Spinlock storeLock{STORE_LOCK};  // one store at a time, held across the backend's I/O
     Guarded<AssetVersionTableRef, ARWLock> versions{VERSIONS_LOCK};
 
     AssetVersionTableRef GetVersions() {

@@ -47,7 +47,8 @@ Result<Bool> RepositoryBase::FindAssets(Block<const Id> types, const Id& aid, co
         const Bool goOn = TRY(PrivateFindAssets(types, aid, version, findMode, receiver, visited, latest));
         if (!goOn) return false;
         for (const auto& entry : latest) {
-            if (HasFlag(findMode, ASSET_FIND_MODE::CANCELLABLE) && Job::IsCurrentCancelled()) return OperationCancelledError::Create();
+            if (HasFlag(findMode, ASSET_FIND_MODE::CANCELLABLE) && Job::IsCurrentCancelled())
+                return OperationCancelledError::Create();
             const Bool more = TRY(receiver(AssetFindItem(entry.second)));
             if (!more) return false;
         }
@@ -55,7 +56,8 @@ Result<Bool> RepositoryBase::FindAssets(Block<const Id> types, const Id& aid, co
     });
 }
 
-Result<AssetDescription> RepositoryBase::FindLatestAsset(const Id& type, const Id& aid, const Id& version, ASSET_FIND_MODE findMode) {
+Result<AssetDescription> RepositoryBase::FindLatestAsset(const Id& type, const Id& aid, const Id& version,
+                                                         ASSET_FIND_MODE findMode) {
     if (aid.IsEmpty()) return IllegalArgumentError::Create("Asset ID cannot be null.");
     AssetDescription first;
     TRY(talvo::FindAssets(GetSelf(), Block<const Id>(&type, 1), aid, version, findMode | ASSET_FIND_MODE::LATEST,
@@ -80,8 +82,9 @@ AssetRepositoryRef BaseAssetRepository::FindRepository(const Id& repoId) {
     return nullptr;
 }
 
-Result<Bool> BaseAssetRepository::PrivateFindAssets(Block<const Id> types, const Id& aid, const Id& version, ASSET_FIND_MODE findMode,
-                                                    AssetFindReceiver assets, VisitedRepositories& visited, LatestAssets& latestMap) {
+Result<Bool> BaseAssetRepository::PrivateFindAssets(Block<const Id> types, const Id& aid, const Id& version,
+                                                    ASSET_FIND_MODE findMode, AssetFindReceiver assets,
+                                                    VisitedRepositories& visited, LatestAssets& latestMap) {
     const Id renamed = TRY(GetRenamed(aid));
     const RepositoryEngine::Walk walk{types, renamed, version, findMode, assets, visited, latestMap};
     Bool lookHere = !IsSkippedInSearch(*this);
@@ -94,11 +97,12 @@ Result<Bool> BaseAssetRepository::PrivateFindAssets(Block<const Id> types, const
     return _engine->FindInBases(walk);
 }
 
-Result<void> BaseAssetRepository::PrivatePrefetchMetaData(const InternedId& metaId, ASSET_METADATA_KIND kind, ASSET_FIND_MODE findMode,
-                                                          VisitedRepositories& visited) {
+Result<void> BaseAssetRepository::PrivatePrefetchMetaData(const InternedId& metaId, ASSET_METADATA_KIND kind,
+                                                          ASSET_FIND_MODE findMode, VisitedRepositories& visited) {
     if (HasFlag(findMode, ASSET_FIND_MODE::WITHOUT_BASES)) return OK;
     for (const AssetRepositoryRef& base : GetBases()) {
-        if (HasFlag(findMode, ASSET_FIND_MODE::CANCELLABLE) && Job::IsCurrentCancelled()) return OperationCancelledError::Create();
+        if (HasFlag(findMode, ASSET_FIND_MODE::CANCELLABLE) && Job::IsCurrentCancelled())
+            return OperationCancelledError::Create();
         const Bool isNew = TRY(visited.Insert(base.GetPointer()));
         if (isNew) TRY(base->PrivatePrefetchMetaData(metaId, kind, findMode, visited));
     }
@@ -138,7 +142,8 @@ Result<AssetDescription> BaseAssetRepository::DeleteAsset(const Id& aid) {
     return CatchOutOfMemory([&] { return _engine->Store({.aid = aid, .content = StoreRequest::CONTENT::DELETION}); });
 }
 
-Result<AssetDescription> BaseAssetRepository::CopyAsset(const Id& aid, const AssetDescription& source, Bool addEncryption, Bool overwrite) {
+Result<AssetDescription> BaseAssetRepository::CopyAsset(const Id& aid, const AssetDescription& source, Bool addEncryption,
+                                                        Bool overwrite) {
     return CatchOutOfMemory([&] {
         return _engine->Store({.aid = aid,
                                .source = source,

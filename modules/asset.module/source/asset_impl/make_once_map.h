@@ -27,7 +27,8 @@ public:
             const StrongRef<Slot> slot = TRY(Enter(key, isMaker));
             if (isMaker) return Make(key, slot, make);
             if (slot->maker == std::this_thread::get_id() && slot->state == BEING_MADE) {
-                return IllegalStateError::Create("The value of key " + key.ToString() + " is being made by this very call. Don't ask for it from its own callback.");
+                return IllegalStateError::Create("The value of key " + key.ToString() +
+                                                 " is being made by this very call. Don't ask for it from its own callback.");
             }
             slot->state.wait(BEING_MADE, std::memory_order_acquire);
             if (slot->state.load(std::memory_order_acquire) == MADE) return V(slot->value);

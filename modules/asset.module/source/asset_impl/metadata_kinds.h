@@ -14,7 +14,9 @@ inline constexpr KIND KIND_STORE_TIME = KIND::READ_ONLY | KIND::PERSISTENT | KIN
 /// Plain persistent content, the user's or the repository's: following versions take it over, and a change of it makes derived values stale.
 constexpr Bool IsCarriedToNextVersion(KIND kind) { return WithoutFlag(kind, KIND::USER) == KIND::PERSISTENT; }
 /// Content of the repository: needs a writable one and makes its index stale.
-constexpr Bool IsRepositoryContent(KIND kind) { return (kind & (KIND::PERSISTENT | KIND::DERIVED | KIND::USER)) == KIND::PERSISTENT; }
+constexpr Bool IsRepositoryContent(KIND kind) {
+    return (kind & (KIND::PERSISTENT | KIND::DERIVED | KIND::USER)) == KIND::PERSISTENT;
+}
 /// What is kept with an entry: the low 16 bits.
 constexpr KIND GetStoredKind(KIND kind) { return KIND(UInt32(kind) & 0xffff); }
 

@@ -28,22 +28,24 @@ Result<void> CheckMetaId(const InternedId& metaId) {
 
 Result<void> RepositoryEngine::WriteMetaData(const MetaDataWrite& write) {
     if (IsRepositoryContent(write.kind)) TRY(CheckWritable());
-    const auto metaData = write.asset ? Cast<AssetMetaDataImpl>(StrongRef<AssetMetaDataInterface>(write.asset->GetMetaData())) : nullptr;
+    const auto metaData =
+        write.asset ? Cast<AssetMetaDataImpl>(StrongRef<AssetMetaDataInterface>(write.asset->GetMetaData())) : nullptr;
     if (!metaData || metaData.GetPointer() == AssetMetaData::DefaultValuePtr().GetPointer()) {
-        return IllegalArgumentError::Create(
-            FormatMessage("Invalid asset description @.", write.asset ? ToText(write.asset->ToString()) : std::string("nullptr")));
+        return IllegalArgumentError::Create(FormatMessage(
+            "Invalid asset description @.", write.asset ? ToText(write.asset->ToString()) : std::string("nullptr")));
     }
     TRY(CheckMetaId(write.metaId));
 
     const Bool asFile = write.form == MetaDataWrite::FORM::FILE;
     const Bool removes = asFile ? write.source.IsEmpty() : write.data.IsEmpty();
-    const auto change = TRY(metaData->StoreThrough(
-        write.metaId, removes ? AssetMetaDataImpl::CHANGE::REMOVE : AssetMetaDataImpl::CHANGE::SET, write.kind,
-        [&](const Data& vdata, KIND kind) -> Result<Data> {
-            // The entry may be of another kind than the one asked for, and that is the one that is written.
-            if (IsRepositoryContent(kind)) TRY(CheckWritable());
-            return _self.StoreMetaDataImpl(vdata, write.metaId, write.data, write.asset->GetIdAndVersion(), write.source, kind, asFile);
-        }));
+    const auto change =
+        TRY(metaData->StoreThrough(write.metaId, removes ? AssetMetaDataImpl::CHANGE::REMOVE : AssetMetaDataImpl::CHANGE::SET,
+                                   write.kind, [&](const Data& vdata, KIND kind) -> Result<Data> {
+                                       // The entry may be of another kind than the one asked for, and that is the one that is written.
+                                       if (IsRepositoryContent(kind)) TRY(CheckWritable());
+                                       return _self.StoreMetaDataImpl(vdata, write.metaId, write.data,
+                                                                      write.asset->GetIdAndVersion(), write.source, kind, asFile);
+                                   }));
     _self.HandleMetaDataStored(write.asset, write.metaId, change.kind, change.previous, change.current);
     return OK;
 }

@@ -51,7 +51,8 @@ Result<void> RepositoryBase::RemoveBase(const AssetRepositoryRef& base) {
     });
 }
 
-Result<void> RepositoryBase::PrivatePrefetchMetaData(const InternedId&, ASSET_METADATA_KIND, ASSET_FIND_MODE, VisitedRepositories&) {
+Result<void> RepositoryBase::PrivatePrefetchMetaData(const InternedId&, ASSET_METADATA_KIND, ASSET_FIND_MODE,
+                                                     VisitedRepositories&) {
     return OK;
 }
 
@@ -59,8 +60,8 @@ Result<Data> RepositoryBase::GetCachedData(const Data& key, FunctionRef<Result<D
     return CatchOutOfMemory([&] { return _graph->cachedData.Get(key, callback); });
 }
 
-Result<DerivedAssetRepositoryDataRef> RepositoryBase::GetCachedData(const Data& key,
-                                                                    FunctionRef<Result<DerivedAssetRepositoryDataRef>()> callback) {
+Result<DerivedAssetRepositoryDataRef> RepositoryBase::GetCachedData(
+    const Data& key, FunctionRef<Result<DerivedAssetRepositoryDataRef>()> callback) {
     return CatchOutOfMemory([&] { return _graph->derivedData.Get(key, callback); });
 }
 
@@ -87,8 +88,8 @@ Result<DataDescriptionDefinition> RepositoryBase::LoadDescriptionDefinition(Int3
 Result<String> RepositoryBase::GetRepositoryName(LanguageRef, Bool) { return String::FromId(GetId()); }
 
 Result<void> RepositoryBase::SetRepositoryName(const String&, LanguageRef) {
-    return UnsupportedOperationError::Create(
-        FormatMessage("Repository @ can't be named: the asset kind that holds names of repositories is not part of this version.", GetId()));
+    return UnsupportedOperationError::Create(FormatMessage(
+        "Repository @ can't be named: the asset kind that holds names of repositories is not part of this version.", GetId()));
 }
 
 Data RepositoryBase::GetAttribute(const Id& key) const {

@@ -46,8 +46,8 @@ void RepositoryBase::HandleAssetUpdated(const AssetBase& asset) {
                       [&](DerivedAssetRepositoryDataInterface& data) { data.HandleAssetUpdated(asset); });
 }
 
-void RepositoryBase::HandleMetaDataStored(const AssetBase& asset, const InternedId& metaId, ASSET_METADATA_KIND kind, const Data& prevData,
-                                          const Data& newData) {
+void RepositoryBase::HandleMetaDataStored(const AssetBase& asset, const InternedId& metaId, ASSET_METADATA_KIND kind,
+                                          const Data& prevData, const Data& newData) {
     if (IsRepositoryContent(kind)) DropIndex(asset);
     if (auto* observable = ObservableMetaDataStored(false)) observable->Notify(asset, metaId, kind, prevData, newData);
     _graph->Propagate(

@@ -45,8 +45,9 @@ Result<RepositoryBase*> RepositoryGraph::GetBaseClass(const AssetRepositoryRef& 
 Result<void> RepositoryGraph::CheckNoCycle(const RepositoryBase& self, const AssetRepositoryRef& base) {
     VisitedRepositories visited;
     if (!CanReach(base, &self, visited)) return OK;
-    return IllegalArgumentError::Create(FormatMessage(
-        "Repository @ can't be a base of @, since @ looks into it already. Remove that link first.", base->GetId(), self.GetId(), base->GetId()));
+    return IllegalArgumentError::Create(
+        FormatMessage("Repository @ can't be a base of @, since @ looks into it already. Remove that link first.", base->GetId(),
+                      self.GetId(), base->GetId()));
 }
 
 Result<Bool> RepositoryGraph::Link(RepositoryBase& self, const AssetRepositoryRef& base) {

@@ -14,7 +14,7 @@ constexpr UInt READ_ONLY_ATTRIBUTE = 1;
 }  // namespace
 
 Result<Opt<Id>> ReadDatabaseId(const Url& root) {
-    const Url file = root + DATABASE_ID_NAME;
+    const Url file = root + REPOSITORY_IDENTIFIER_FILE;
     if (file.IoDetect() == IO_DETECT::NOT_THERE) return Opt<Id>();
     std::string text = TRY(FileUtilities::ReadFileToMemory(file, MAX_DATABASE_ID_SIZE));
     // Whoever wrote it with an editor has a line end behind it.
@@ -29,7 +29,7 @@ Result<Opt<Id>> ReadDatabaseId(const Url& root) {
 }
 
 Result<Id> CreateDatabaseId(const Url& root, const Id& id) {
-    const Url file = root + DATABASE_ID_NAME;
+    const Url file = root + REPOSITORY_IDENTIFIER_FILE;
     const std::string name = TRY(MakeWorkName());
     const Url hidden = root + name;
     TRY(WriteNewFile(hidden, id.GetView()));
@@ -47,10 +47,10 @@ Result<Id> CreateDatabaseId(const Url& root, const Id& id) {
     return id;
 }
 
-Result<void> ReplaceDatabaseId(const Url& root, const Id& id) { return ReplaceFile(root + DATABASE_ID_NAME, id.GetView()); }
+Result<void> ReplaceDatabaseId(const Url& root, const Id& id) { return ReplaceFile(root + REPOSITORY_IDENTIFIER_FILE, id.GetView()); }
 
 Result<Bool> IsDatabaseIdReadOnly(const Url& root) {
-    const IoConnectionRef connection = TRY((root + DATABASE_ID_NAME).OpenConnection());
+    const IoConnectionRef connection = TRY((root + REPOSITORY_IDENTIFIER_FILE).OpenConnection());
     const UInt attributes = TRY(connection->IoGetAttributes());
     return (attributes & READ_ONLY_ATTRIBUTE) != 0;
 }

@@ -4,10 +4,9 @@
 #include "kernel/base/id.h"
 #include "kernel/base/result.h"
 #include "kernel/io/url.h"
+#include "urlassetrepository.h"
 
 namespace talvo {
-
-inline constexpr const char* DATABASE_ID_NAME = "databaseid";
 
 /// The repository's id: the whole content, without line ends behind it. Nothing if there is no such file, or an empty one.
 /// Errors: IoError; FileFormatError that names the file, if its content is no id.

@@ -12,7 +12,7 @@ constexpr FileLockOptions LOCK_OPTIONS{.file = FileLockOptions::EXISTING, .milli
 
 LockClass RepositoryLock::lockClass{"lock between processes", LOCK_FLAGS::IO};
 
-RepositoryLock::RepositoryLock(const Url& root) : _file(root + DATABASE_ID_NAME) {}
+RepositoryLock::RepositoryLock(const Url& root) : _file(root + REPOSITORY_IDENTIFIER_FILE) {}
 
 // The others wait here while the first waits for another process: none of them could go on anyway.
 Result<void> RepositoryLock::Enter() {
