@@ -84,13 +84,18 @@ TEST_P(EveryOperation, OfReplacingAFileLeavesTheOldOrTheNewOne) {
                          const std::string content = scratch.Read("file");
                          EXPECT_TRUE(content == "old" || content == "new content") << content;
                          EXPECT_EQ(result.IsError(), hit);
-                         if (result.IsOk()) EXPECT_EQ(content, "new content");
-                         if (hit) EXPECT_TRUE(FailsWith<IoError>(result, {scratch.GetPath()}));
+                         if (result.IsOk()) {
+                             EXPECT_EQ(content, "new content");
+                         }
+                         if (hit) {
+                             EXPECT_TRUE(FailsWith<IoError>(result, {scratch.GetPath()}));
+                         }
                          // Where even removing fails there is a hidden name left.
-                         if (!FailsForGood())
+                         if (!FailsForGood()) {
                              EXPECT_EQ(scratch.List(), "file");
-                         else
+                         } else {
                              EXPECT_TRUE(scratch.List() == "file" || scratch.List().starts_with(".~"));
+                         }
                      });
 }
 
@@ -105,7 +110,9 @@ TEST_P(EveryOperation, OfCopyingAFileLeavesTheOldOrTheNewOne) {
             EXPECT_TRUE(copy == "old" || copy == "(missing)") << copy;
             EXPECT_EQ(scratch.Read("file"), "old");
             EXPECT_EQ(result.IsError(), hit);
-            if (result.IsOk()) EXPECT_EQ(copy, "old");
+            if (result.IsOk()) {
+                EXPECT_EQ(copy, "old");
+            }
         });
 }
 
