@@ -105,7 +105,8 @@ public:
     }
 
 private:
-    Guarded<DataDictionary, Spinlock> _values{KERNEL_TABLE_LOCK};
+    // A plain leaf: the type of a key may be registered at its first use under it.
+    Guarded<DataDictionary, Spinlock> _values;
 };
 
 class MergedSettings final : public SettingsInterface {

@@ -1,11 +1,11 @@
 // What only real file systems have: links, fifos, sockets, permissions, other processes.
 #include "kernel/io/file_lock.h"
+#include "kernel/io/file_system.h"
 #include "kernel/io/file_utilities.h"
 #include "support/result_matchers.h"
 #include "support/scratch_directory.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -178,14 +178,10 @@ TEST_F(Disk, NamesThatAreNoTextKeepTheirBytes) {
 }
 
 TEST_F(Disk, TooManyOpenFilesIsAnErrorThatSaysWhatToDo) {
-    rlimit old{};
-    getrlimit(RLIMIT_NOFILE, &old);
-    rlimit none = old;
-    none.rlim_cur = 0;
-    setrlimit(RLIMIT_NOFILE, &none);
+    EXPECT_TRUE(Succeeds(FaultPlan::Set("failfrom@1:EMFILE")));
     const Result<InputStreamRef> opened = At("canary/deep/file").OpenInputStream();
     const Result<void> written = FileUtilities::WriteFileFromMemory(At("x"), "x");
-    setrlimit(RLIMIT_NOFILE, &old);
+    FaultPlan::Clear();
     EXPECT_TRUE(FailsWith<IoError>(opened, {"canary/deep/file", "ulimit"}));
     EXPECT_TRUE(FailsWith<IoError>(written, {"x", "ulimit"}));
 }

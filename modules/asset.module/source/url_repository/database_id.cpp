@@ -47,7 +47,9 @@ Result<Id> CreateDatabaseId(const Url& root, const Id& id) {
     return id;
 }
 
-Result<void> ReplaceDatabaseId(const Url& root, const Id& id) { return ReplaceFile(root + REPOSITORY_IDENTIFIER_FILE, id.GetView()); }
+Result<void> ReplaceDatabaseId(const Url& root, const Id& id) {
+    return ReplaceFile(root + REPOSITORY_IDENTIFIER_FILE, id.GetView());
+}
 
 Result<Bool> IsDatabaseIdReadOnly(const Url& root) {
     const IoConnectionRef connection = TRY((root + REPOSITORY_IDENTIFIER_FILE).OpenConnection());
