@@ -1,6 +1,7 @@
 # What can be chosen at configure time. The presets choose for the usual cases.
 option(TALVO_BUILD_TESTS "Build the test binaries" ${PROJECT_IS_TOP_LEVEL})
 option(TALVO_BUILD_APPS "Build the command line program" ON)
+option(TALVO_BUILD_BENCH "Build the benchmarks" OFF)
 option(TALVO_INSTALL "Define the install rules and the CMake package" ${PROJECT_IS_TOP_LEVEL})
 option(BUILD_SHARED_LIBS "Build shared instead of static libraries" OFF)
 # Both cost a little in each file operation and lock, so that only test builds have them.
