@@ -7,6 +7,7 @@ option(BUILD_SHARED_LIBS "Build shared instead of static libraries" OFF)
 # Both cost a little in each file operation and lock, so that only test builds have them.
 option(TALVO_FAULTS "File operations can be told to fail at the n-th call" ${TALVO_BUILD_TESTS})
 option(TALVO_LOCK_CHECK "Locks report an order that could deadlock" ${TALVO_BUILD_TESTS})
+option(TALVO_BUILD_FUZZ "Build the fuzz targets; needs clang, and fuzzer-no-link among the sanitizers" OFF)
 set(TALVO_SANITIZE "" CACHE STRING "Sanitizers of the compiler, e.g. \"address,undefined\" or \"thread\"")
 
 get_property(isMultiConfig GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)

@@ -1,0 +1,13 @@
+# Fuzz targets: each file of fuzz/targets becomes the program fuzz_<file>. `scripts/fuzz` runs them.
+talvo_sources(fuzzTargets fuzz/targets/*.cpp)
+add_custom_target(fuzz_targets)
+add_library(talvo_fuzz_driver OBJECT EXCLUDE_FROM_ALL fuzz/fuzz_driver.cpp fuzz/tree_builder.cpp)
+target_link_libraries(talvo_fuzz_driver PRIVATE talvo_kernel)
+foreach(file ${fuzzTargets})
+    get_filename_component(name ${file} NAME_WE)
+    add_executable(fuzz_${name} EXCLUDE_FROM_ALL ${file} $<TARGET_OBJECTS:talvo_fuzz_driver>)
+    target_include_directories(fuzz_${name} PRIVATE ${moduleRoots})
+    target_link_libraries(fuzz_${name} PRIVATE talvo_assets)
+    target_link_options(fuzz_${name} PRIVATE -fsanitize=fuzzer)
+    add_dependencies(fuzz_targets fuzz_${name})
+endforeach()
