@@ -63,7 +63,7 @@ private:
     const WeakRef<AssetRepositoryInterface> _repository;
     const Id _type;
     const IdAndVersion _identity;
-    const Data _vdata;
+    const Data _vdata{};
     mutable Guarded<State, ARWLock> _state;
 };
 

@@ -13,9 +13,6 @@ namespace talvo {
 
 namespace {
 
-// The last moment of the year 9999: nothing later can be written as text.
-constexpr Int64 LATEST_TIME = 253402300799999999;
-
 Result<Opt<HashFile>> ReadHashFile(const Url& versionDirectory) {
     const std::string text = TRY(FileUtilities::ReadFileToMemory(versionDirectory + HASH_FILE_NAME, MAX_HASH_FILE_SIZE));
     return ParseHashFile(text);
@@ -137,7 +134,8 @@ Result<void> UrlAssetRepositoryImpl::LoadTime(LoadedVersion& loaded) {
     entry->value = std::move(read).GetValue();
     entry->loaded = true;
     const UniversalDateTime* time = entry->value.GetPtr<UniversalDateTime>();
-    const Bool isSound = time && time->GetValue() > 0 && time->GetValue() <= LATEST_TIME;
+    // As late as stores give times out: a version stored after one from the far future stays the newer one.
+    const Bool isSound = time && time->GetValue() > 0 && time->GetValue() < UniversalDateTime::GetMax().GetValue();
     if (isSound) loaded.key.time = UInt(time->GetValue());
     return OK;
 }
