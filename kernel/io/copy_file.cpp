@@ -64,6 +64,7 @@ Result<void> CopySystemFile(const std::string& source, const std::string& target
     const Int64 end = length > 0 ? length : std::numeric_limits<Int64>::max();
     done = TRY(CopyThrough(opened.value, source, file, done, end));
     if (done < length) return MakeFileError("read", source, BECAME_SHORTER);
+    TRY(CheckFile(PosixFiles::CheckUnchanged(opened.value, status.value, source), "read", source));
     return file.Publish();
 }
 

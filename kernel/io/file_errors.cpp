@@ -27,7 +27,8 @@ std::string_view GetAdvice(int error) {
         case EISDIR: return " A file is wanted here.";
         case ENOTDIR: return " A folder is wanted here.";
         case NOT_A_FILE: return " Only files can be read and written.";
-        case BECAME_SHORTER: return " Try again when nothing writes to it.";
+        case BECAME_SHORTER:
+        case CHANGED: return " Try again when nothing writes to it.";
         default: return {};
     }
 }
@@ -35,6 +36,7 @@ std::string_view GetAdvice(int error) {
 std::string GetReason(int error) {
     if (error == NOT_A_FILE) return "It is a fifo, socket or device";
     if (error == BECAME_SHORTER) return "It became shorter while it was read";
+    if (error == CHANGED) return "It changed while it was read";
     char buffer[128];
     return strerror_r(error, buffer, sizeof(buffer));
 }

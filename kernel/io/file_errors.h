@@ -10,6 +10,7 @@ namespace talvo {
 /// Codes beside those of errno, which are positive.
 inline constexpr int NOT_A_FILE = -1;      ///< a fifo, socket or device where a file is wanted
 inline constexpr int BECAME_SHORTER = -2;  ///< fewer bytes than the file had when it was opened
+inline constexpr int CHANGED = -3;         ///< written to since it was opened, so that what was read may be a mixture
 
 /// IoError "Can't <verb> <path>: <reason>. <advice>".
 /// @param path raw bytes; what is not UTF-8 is replaced. @param error of errno, or one of the codes above.

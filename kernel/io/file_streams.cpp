@@ -16,11 +16,11 @@ constexpr std::size_t GATHERED_SIZE = std::size_t(64) << 10;
 
 class FileInputStream final : public InputStream {
 public:
-    FileInputStream(FileHandle file, std::string path, Int64 length)
-        : _path(std::move(path)), _length(length), _file(std::move(file)) {}
+    FileInputStream(FileHandle file, std::string path, const struct stat& status)
+        : _path(std::move(path)), _opened(status), _file(std::move(file)) {}
 
     /// As it was when the file was opened.
-    Int64 GetStreamLength() const override { return _length; }
+    Int64 GetStreamLength() const override { return _opened.st_size; }
     Int64 GetPosition() const override { return _position; }
     Bool SeekSupported() const override { return true; }
     String GetName() const override { return String(_path); }
@@ -45,6 +45,9 @@ public:
         _position += skipped;
         return skipped;
     }
+    Result<void> CheckUnchanged() const override {
+        return CheckFile(PosixFiles::CheckUnchanged(_file, _opened, _path), "read", _path);
+    }
     Result<void> Close() override {
         _file = FileHandle();  // nothing was written: nothing can be lost
         return OK;
@@ -52,7 +55,7 @@ public:
 
 private:
     const std::string _path;
-    const Int64 _length;
+    const struct stat _opened;
     FileHandle _file;
     Int64 _position = 0;
 };
@@ -145,7 +148,7 @@ Result<InputStreamRef> OpenFileInputStream(const std::string& path) {
     TRY(CheckFile(opened.error, "read", path));
     const auto status = PosixFiles::StatOpen(opened.value, path);
     TRY(CheckFile(status.error, "read", path));
-    return InputStreamRef(new FileInputStream(std::move(opened.value), path, status.value.st_size));
+    return InputStreamRef(new FileInputStream(std::move(opened.value), path, status.value));
 }
 
 Result<OutputStreamRef> OpenFileOutputStream(const std::string& path, OUTPUT_MODE mode) {

@@ -167,6 +167,15 @@ Attempt<struct stat> StatOpen(const FileHandle& file, std::string_view path) {
     return status;
 }
 
+int CheckUnchanged(const FileHandle& file, const struct stat& before, std::string_view path) {
+    const Attempt<struct stat> now = StatOpen(file, path);
+    if (now.error != 0) return now.error;
+    if (now.value.st_size < before.st_size) return BECAME_SHORTER;
+    const Bool isSame = now.value.st_size == before.st_size && now.value.st_mtim.tv_sec == before.st_mtim.tv_sec &&
+                        now.value.st_mtim.tv_nsec == before.st_mtim.tv_nsec;
+    return isSame ? 0 : CHANGED;
+}
+
 int SetMode(const FileName& name, mode_t mode) {
     return DoNumbered(FILE_OPERATION::SET_ATTRIBUTES, {name.path},
                       [&](const FaultPoint&) { return ErrorOf([&] { return fchmodat(name.directory, name.name, mode, 0); }); });

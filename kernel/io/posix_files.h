@@ -104,6 +104,9 @@ Attempt<std::vector<DirectoryEntry>> List(const FileHandle& directory, std::stri
 
 Attempt<struct stat> Stat(const FileName& name, LINKS links);
 Attempt<struct stat> StatOpen(const FileHandle& file, std::string_view path);
+/// CHANGED if the open file is not as `before` any more: another length, or written to since, as its time tells. A file that
+/// was replaced under its name is still the one that was opened.
+int CheckUnchanged(const FileHandle& file, const struct stat& before, std::string_view path);
 int SetMode(const FileName& name, mode_t mode);
 Attempt<Bool> IsOnReadOnlySystem(const FileName& name);
 

@@ -33,6 +33,9 @@ public:
     Result<void> Read(Block<char> buffer);
     /// Passes over up to `count` bytes. @return how many; less only at the end. Errors: IllegalArgumentError if it is negative.
     virtual Result<Int64> Skip(Int64 count);
+    /// For whoever needs all of one state: fails if what is read was changed since the stream was opened, as far as that can be
+    /// told. Errors: IoError that names it.
+    virtual Result<void> CheckUnchanged() const { return OK; }
     virtual String GetName() const = 0;
 };
 

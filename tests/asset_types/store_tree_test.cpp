@@ -1,7 +1,6 @@
 #include "assets/asset_type.h"
 
 #include "kernel/app/log.h"
-#include "kernel/io/connection.h"
 #include "kernel/io/memory_volume.h"
 #include "support/asset_test_support.h"
 
@@ -10,7 +9,10 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstring>
+#include <filesystem>
+#include <functional>
 
 namespace talvo {
 
@@ -147,59 +149,42 @@ TEST(StoreTree, refusesTreesWithoutAnEnd) {
     EXPECT_THAT(StoreTree(volume->GetRoot() + "tree" + "d", Url(), MakeHasher(), digest), Succeeds());
 }
 
-namespace {
-
-/// Files that change while they are read: each says that it has 100 bytes and gives as many as its name says.
-class ChangingFile final : public IoHandler {
-public:
-    Id GetUrlScheme() const override { return "changing"_id; }
-    Result<IoConnectionRef> OpenConnection(const Url& url) override {
-        return IoConnectionRef(StrongRef<Connection>::Create(url));
-    }
-
-private:
-    class Stream final : public InputStream {
-    public:
-        explicit Stream(const Url& url) : _name(url.ToString()), _length(std::stoi(std::string(url.GetName()))) {}
-        Int64 GetStreamLength() const override { return 100; }
-        Int64 GetPosition() const override { return _position; }
-        Result<void> Close() override { return OK; }
-        String GetName() const override { return _name; }
-        Result<Int64> ReadEOS(Block<char> buffer) override {
-            const Int64 count = std::min<Int64>(_length - _position, Int64(buffer.size()));
-            _position += count;
-            return count;
-        }
-
-    private:
-        const String _name;
-        const Int64 _length;
-        Int64 _position = 0;
-    };
-    class Connection final : public IoConnection {
-    public:
-        explicit Connection(Url url) : _url(std::move(url)) {}
-        Url GetUrl() const override { return _url; }
-        IO_DETECT IoDetect() override { return IO_DETECT::FILE; }
-        Result<InputStreamRef> OpenInputStream() override { return InputStreamRef(StrongRef<Stream>::Create(_url)); }
-
-    private:
-        const Url _url;
-    };
-};
-
-}  // namespace
-
 TEST(StoreTree, noticesAFileThatChangesWhileItIsRead) {
-    Need(IoHandlers::Register(IoHandlerRef(StrongRef<ChangingFile>::Create())));
-    std::string digest;
-    const auto store = [&](const char* path) {
-        return StoreTree(Url::Create("changing"_id, "", path), Url(), MakeHasher(), digest);
-    };
-    EXPECT_THAT(store("/log/60"), FailsWith<IoError>("log/60")) << "shorter than it was";
-    EXPECT_THAT(store("/log/140"), FailsWith<IoError>("log/140")) << "longer than it was";
-    EXPECT_THAT(store("/log/100"), Succeeds());
-    IoHandlers::Unregister("changing"_id);
+    const ScratchDirectory scratch;
+    const std::string path = scratch / "tree/log";
+    const struct {
+        const char* why;
+        std::function<void()> change;
+        Bool isError;
+    } cases[]{
+        {"shorter", [&] { std::filesystem::resize_file(path, 60); }, true},
+        {"longer", [&] { std::filesystem::resize_file(path, 140); }, true},
+        {"written to in place",  // the time is what tells, and clocks are coarse
+         [&] { std::filesystem::last_write_time(path, std::filesystem::last_write_time(path) + std::chrono::seconds(1)); }, true},
+        {"gone: what is open stays whole", [&] { std::filesystem::remove(path); }, false},
+        {"replaced: what is open stays whole",
+         [&] {
+             scratch.Write("other", "other");
+             std::filesystem::rename(scratch / "other", path);
+         },
+         false}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        scratch.Write("tree/log", std::string(100, 'x'));
+        // The hash is asked for when the file is open.
+        const AssetHashStream changer = [&](OutputStreamRef target, std::string& digest) {
+            c.change();
+            return CreateHashingOutputStream(std::move(target), digest);
+        };
+        std::string digest;
+        const Result<void> stored = StoreTree(scratch.GetUrl() + "tree" + "log", Url(), changer, digest);
+        if (c.isError) {
+            EXPECT_THAT(stored, FailsWith<IoError>("tree/log"));
+            EXPECT_EQ(digest, "") << "nobody takes the hash of a mixture for one of a file";
+        } else {
+            EXPECT_EQ(ToHex(digest), Sha256(std::string(100, 'x')));
+        }
+    }
 }
 
 }  // namespace talvo

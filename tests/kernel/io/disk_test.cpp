@@ -168,6 +168,24 @@ TEST_F(Disk, CopyingReadsFilesThatTellNoLength) {
               std::string::npos);
 }
 
+TEST_F(Disk, FilesAreReadBehindTheFirst4GiB) {
+    constexpr Int64 LENGTH = (Int64(5) << 30) + 4;
+    _scratch.Write("huge", "");
+    std::filesystem::resize_file(_scratch / "huge", std::uintmax_t(LENGTH));  // takes no room
+    const OutputStreamRef output = At("huge").OpenOutputStream(OUTPUT_MODE::APPEND).GetValue();
+    EXPECT_EQ(output->GetPosition(), LENGTH);
+    EXPECT_TRUE(Succeeds(output->Write("end")));
+    EXPECT_TRUE(Succeeds(output->Close()));
+    EXPECT_EQ(FileUtilities::GetSize(At("huge")).GetValueOr(0), LENGTH + 3);
+    const InputStreamRef input = At("huge").OpenInputStream().GetValue();
+    EXPECT_EQ(input->GetStreamLength(), LENGTH + 3);
+    EXPECT_TRUE(Succeeds(input->Seek(1)));
+    EXPECT_EQ(input->Skip(LENGTH - 2).GetValueOr(0), LENGTH - 2);
+    char bytes[4] = {};
+    EXPECT_TRUE(Succeeds(input->Read(Block<char>(bytes, 4))));
+    EXPECT_EQ(std::string_view(bytes, 4), std::string_view("\0end", 4));
+}
+
 TEST_F(Disk, NamesThatAreNoTextKeepTheirBytes) {
     const std::string name = "\xff\x80 \n\x1b?#%";
     EXPECT_TRUE(Succeeds(FileUtilities::WriteFileFromMemory(At(name), "x")));

@@ -109,12 +109,13 @@ private:
             TRY(target.IsPopulated() ? target.OpenOutputStream(OUTPUT_MODE::OVERWRITE) : CreateNullOutputStream());
         if (_hashStream) output = TRY(_hashStream(output, digest));
         const Int64 copied = TRY(FileUtilities::CopyStream(*input, *output));
-        TRY(input->Close());
         if (expected >= 0 && copied != expected) {
             return IoError::Create(FormatMessage(
                 "The size of @ changed from @ to @ bytes while it was read. Store it again when nobody writes to it.", source,
                 expected, copied));
         }
+        TRY(input->CheckUnchanged());
+        TRY(input->Close());
         return output->Close();
     }
 
