@@ -48,6 +48,7 @@ struct RepositoryCheckSummary {
     Int versions = 0;
     Int64 bytes = 0;
     Int problems = 0;
+    Int unchecked = 0;  ///< directories that were left out because the check was ended
 };
 
 namespace RepositoryMaintenance {
@@ -55,6 +56,9 @@ namespace RepositoryMaintenance {
 /// Recomputes payload hashes and reads every document below `root`; changes nothing. `receiver` gets each finding, sorted by path, on the calling thread.
 /// @param threads at least 1. Errors: IllegalArgumentError if `root` is no repository; OperationCancelledError.
 Result<RepositoryCheckSummary> Verify(const Url& root, Int threads, Receiver<RepositoryFinding> receiver);
+/// @param goOn asked on the calling thread between two directories; false ends the check, and what was found until then is told.
+Result<RepositoryCheckSummary> Verify(const Url& root, Int threads, Receiver<RepositoryFinding> receiver,
+                                      FunctionRef<Bool()> goOn);
 
 /// Whether leftovers are removed or only told.
 enum class GC_MODE { REMOVE, DRY_RUN };

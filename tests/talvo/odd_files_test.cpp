@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 
 namespace talvo {
 
@@ -96,18 +97,33 @@ TEST_F(OddFilesTest, AFileThatIsNotThereDoesNotStopTheOthers) {
 
 #ifdef TALVO_FAULTS
 
-TEST_F(OddFilesTest, AFileThatCanNotBeReadDoesNotStopTheOthers) {
+TEST_F(OddFilesTest, WhatCanNotBeReadIsNamedAndDoesNotStopTheOthers) {
     const std::string shelf = MakeRepository("shelf");
-    for (const char* name : {"in/a", "in/bad", "in/c"}) _scratch.Write(name, name);
-    for (const char* plan : {"failfrom@1:EIO", "failfrom@2:EIO", "failfrom@3:EIO"}) {
-        SCOPED_TRACE(plan);
+    for (const char* name : {"in/a", "in/bad", "in/c", "in/locked/d"}) _scratch.Write(name, name);
+    const std::string vanished = std::to_string(ENOENT);
+    const struct {
+        const char* why;
+        std::string plan;
+        const char* where;
+        std::size_t stored;
+        const char* advice;
+    } cases[]{{"broken at the first look", "failfrom@1:EIO", "in/bad", 3, "bad"},
+              {"broken when it is opened", "failfrom@2:EIO", "in/bad", 3, "look into the system's log"},
+              {"broken while it is read", "failfrom@3:EIO", "in/bad", 3, "look into the system's log"},
+              {"gone when its turn comes", "failfrom@1:" + vanished, "in/bad", 3, "there"},
+              {"gone when it is opened", "failfrom@2:" + vanished, "in/bad", 3, "No such file"},
+              {"too many open files", "fail@2:EMFILE", "in/bad", 3, "ulimit"},
+              {"a folder nobody may look into", "failfrom@1:EACCES", "in/locked", 3, "Check the permissions"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
         const ProgramOutcome outcome = Run({"import", shelf, _scratch / "in", "--json"},
-                                           {.environment = {{"TALVO_IO_PLAN", plan}, {"TALVO_IO_SCOPE", _scratch / "in/bad"}}});
+                                           {.environment = {{"TALVO_IO_PLAN", c.plan}, {"TALVO_IO_SCOPE", _scratch / c.where}}});
         EXPECT_EQ(outcome.exitCode, 1);
-        EXPECT_EQ(ReadJsonLines(outcome.out).size(), 2u);
-        EXPECT_THAT(outcome.err, testing::AllOf(HasSubstr("in/bad"), HasSubstr("1 of 3 entries could not be imported.")));
+        EXPECT_EQ(ReadJsonLines(outcome.out).size(), c.stored);
+        EXPECT_THAT(outcome.err,
+                    testing::AllOf(HasSubstr(c.where), HasSubstr(c.advice), HasSubstr("1 of 4 entries could not be imported.")));
     }
-    EXPECT_EQ(RunJson({"list", shelf, "--all-versions"}).size(), 6u);
+    EXPECT_EQ(RunJson({"list", shelf, "--all-versions"}).size(), 3 * std::size(cases));
     RunText({"verify", shelf});
 }
 

@@ -3,6 +3,9 @@
 
 #include <signal.h>
 
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
 #include <set>
 
 namespace talvo {
@@ -72,6 +75,30 @@ TEST_F(ProcessTest, AnInterruptedImportKeepsWhatItReported) {
     EXPECT_EQ(present.size(), reported.size());
     for (const JsonObject& object : reported) EXPECT_TRUE(present.contains(object.Text("id")));
     RunText({"verify", shelf});
+}
+
+TEST_F(ProcessTest, AnInterruptedSweepTellsWhatItRemoved) {
+    const std::string shelf = MakeRepository("shelf");
+    constexpr Int COUNT = 400;
+    const auto old = std::filesystem::file_time_type::clock::now() - std::chrono::hours(2);
+    for (Int i = 0; i < COUNT; i++) {
+        const std::string name = "shelf/.~" + std::to_string(i);
+        _scratch.Write(name, "x");
+        std::filesystem::last_write_time(_scratch / name, old);
+    }
+    const ProgramOutcome outcome = Run({"gc", shelf, "--json"}, {.signalAtFirstLine = SIGINT});
+    const std::vector<JsonObject> lines = ReadJsonLines(outcome.out);
+    ASSERT_FALSE(lines.empty());
+    const Int64 removed = lines.back().Number("leftovers");
+    EXPECT_EQ(Int64(lines.size()) - 1, removed);
+    EXPECT_EQ(outcome.exitCode, removed == COUNT ? outcome.exitCode : 130);
+    const std::string left = _scratch.List("shelf");
+    for (Int i = 0; i < COUNT; i++) {
+        const Bool isThere = left.find(".~" + std::to_string(i) + " ") != std::string::npos;
+        EXPECT_EQ(isThere, Int64(std::count_if(lines.begin(), lines.end() - 1, [&](const JsonObject& line) {
+                               return line.Text("path").ends_with("/.~" + std::to_string(i));
+                           })) == 0);
+    }
 }
 
 TEST_F(ProcessTest, TalkGoesToStandardErrorAndCanBeSilenced) {

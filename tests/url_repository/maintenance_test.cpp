@@ -66,6 +66,14 @@ TEST_F(Maintenance, ASoundRepositoryHasNoFindingsAndStaysAsItIs) {
     EXPECT_EQ(_scratch.List("repo"), before);
 }
 
+TEST_F(Maintenance, ACheckThatIsEndedTellsWhatItLeftOut) {
+    Int asked = 0;
+    const auto summary = Need(RepositoryMaintenance::Verify(
+        GetRoot(), 1, [](const RepositoryFinding&) -> Result<Bool> { return true; }, [&] { return ++asked < 2; }));
+    EXPECT_EQ(summary.assets, 1);
+    EXPECT_EQ(summary.unchecked, 1);
+}
+
 TEST_F(Maintenance, EachKindOfDamageIsFound) {
     const struct {
         const char* file;

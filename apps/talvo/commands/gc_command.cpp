@@ -34,6 +34,7 @@ public:
                                                       count++;
                                                       bytes += leftover.bytes;
                                                       TRY(WriteLeftover(leftover, output));
+                                                      TRY(output.Flush());  // it is gone: say so at once
                                                       return !Signals::IsInterrupted();
                                                   }));
         TRY(WriteSum(count, bytes, output));

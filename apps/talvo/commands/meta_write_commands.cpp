@@ -7,15 +7,30 @@ namespace talvo {
 
 namespace {
 
+// The kind of the entry that is there.
+Result<Opt<ASSET_METADATA_KIND>> FindKind(const AssetDescription& description, const InternedId& key) {
+    const BaseArray<AssetMetaDataExistingEntry> existing = TRY(description->GetMetaData()->GetExistingEntries());
+    for (const auto& [otherKey, kind] : existing) {
+        if (otherKey == key) return Opt<ASSET_METADATA_KIND>(kind);
+    }
+    return Opt<ASSET_METADATA_KIND>();
+}
+
+// The library removes what is fixed when it is told to; nobody should lose the time of a version, and with it its order, by a word.
+Result<void> CheckMayGo(const AssetDescription& description, const InternedId& key) {
+    const Opt<ASSET_METADATA_KIND> kind = TRY(FindKind(description, key));
+    if (!kind || !HasFlag(*kind, ASSET_METADATA_KIND::READ_ONLY)) return OK;
+    return IllegalArgumentError::Create(
+        FormatMessage("\"@\" of @ was fixed when the version was stored and stays. Store a new version instead.", key,
+                      description->ToString()));
+}
+
 // The kind that is asked for, else that of the entry that is there, else `persistent`.
 Result<ASSET_METADATA_KIND> ChooseKind(const Opt<std::string>& wanted, const AssetDescription& description,
                                        const InternedId& key) {
     if (wanted) return ValueParser::ParseKind(*wanted);
-    const BaseArray<AssetMetaDataExistingEntry> existing = TRY(description->GetMetaData()->GetExistingEntries());
-    for (const auto& [otherKey, kind] : existing) {
-        if (otherKey == key && kind != ASSET_METADATA_KIND::NONE) return kind;
-    }
-    return ASSET_METADATA_KIND::PERSISTENT;
+    const Opt<ASSET_METADATA_KIND> kind = TRY(FindKind(description, key));
+    return kind.value_or(ASSET_METADATA_KIND::NONE) == ASSET_METADATA_KIND::NONE ? ASSET_METADATA_KIND::PERSISTENT : *kind;
 }
 
 class MetaSetCommand final : public Command {
@@ -98,6 +113,7 @@ public:
         if (_kind) TRY(ValueParser::ParseKind(*_kind));
         const OpenedVersion opened = TRY(OpenedVersion::OpenToWrite(_arguments, options));
         const ASSET_METADATA_KIND kind = TRY(ChooseKind(_kind, opened.description, key));
+        TRY(CheckMayGo(opened.description, key));
         Signals::StopAtSafePoint();
         TRY(opened.repository->StoreMetaData(opened.description, key, Data(), kind));
         TRY(RepositoryOpener::Sync(opened.repository, RepositoryOpener::SYNC::IF_DURABLE));

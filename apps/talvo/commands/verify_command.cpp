@@ -1,5 +1,6 @@
 #include "apps/talvo/commands/all_commands.h"
 #include "apps/talvo/commands/version_arguments.h"
+#include "apps/talvo/signals.h"
 #include "apps/talvo/terminal_text.h"
 #include "urlassetrepository.h"
 
@@ -74,16 +75,27 @@ public:
     Result<EXIT_CODE> Run(const CommonOptions&, Output& output) override {
         const Int threads = TRY(ParseJobs());
         const Url root = TRY(RepositoryOpener::GetUrl(_repository));
-        const RepositoryCheckSummary summary =
-            TRY(RepositoryMaintenance::Verify(root, threads, [&](const RepositoryFinding& finding) -> Result<Bool> {
-                TRY(WriteFinding(output, finding));
-                return true;
-            }));
+        Signals::StopAtSafePoint();
+        const RepositoryCheckSummary summary = TRY(Verify(root, threads, output));
         TRY(WriteSummary(output, summary));
+        if (Signals::IsInterrupted()) {
+            output.PrintNote(FormatMessage("Interrupted: @ not checked.",
+                                           TerminalText::FormatCount(summary.unchecked, "folder was", "folders were")));
+            return EXIT_CODE::INTERRUPTED;
+        }
         return summary.problems == 0 ? EXIT_CODE::DONE : EXIT_CODE::FAILED;
     }
 
 private:
+    static Result<RepositoryCheckSummary> Verify(const Url& root, Int threads, Output& output) {
+        return RepositoryMaintenance::Verify(
+            root, threads,
+            [&](const RepositoryFinding& finding) -> Result<Bool> {
+                TRY(WriteFinding(output, finding));
+                return true;
+            },
+            [] { return !Signals::IsInterrupted(); });
+    }
     Result<Int> ParseJobs() const {
         if (!_jobs) return Int(std::max(1u, std::thread::hardware_concurrency()));
         Int jobs = 0;

@@ -25,7 +25,7 @@ class Verification {
 public:
     explicit Verification(std::vector<Url> directories) : _directories(std::move(directories)), _checks(_directories.size()) {}
 
-    Result<void> Run(Int threads) {
+    Result<void> Run(Int threads, FunctionRef<Bool()> goOn) {
         std::vector<std::thread> helpers;
         const std::size_t wanted = std::min(std::size_t(threads), _directories.size());
         try {
@@ -33,7 +33,7 @@ public:
         } catch (const std::system_error&) {
             // With fewer threads it takes longer only.
         }
-        const Bool finished = WorkUntilCancelled();
+        const Bool finished = WorkUntilCancelled(goOn);
         _stop.store(true, std::memory_order_relaxed);
         for (std::thread& helper : helpers) helper.join();
         if (!finished) return OperationCancelledError::Create();
@@ -58,9 +58,10 @@ private:
         while (!_stop.load(std::memory_order_relaxed) && CheckNext()) {}
     }
     /// Jobs are cancelled by thread, so the calling one looks. The others end with what they have begun when it has no more to begin.
-    Bool WorkUntilCancelled() {
+    Bool WorkUntilCancelled(FunctionRef<Bool()> goOn) {
         do {
             if (Job::IsCurrentCancelled()) return false;
+            if (!goOn()) return true;
         } while (CheckNext());
         return true;
     }
@@ -121,19 +122,25 @@ void SortByPath(std::vector<RepositoryFinding>& findings) {
 }  // namespace
 
 Result<RepositoryCheckSummary> RepositoryMaintenance::Verify(const Url& root, Int threads, Receiver<RepositoryFinding> receiver) {
+    return Verify(root, threads, receiver, [] { return true; });
+}
+
+Result<RepositoryCheckSummary> RepositoryMaintenance::Verify(const Url& root, Int threads, Receiver<RepositoryFinding> receiver,
+                                                             FunctionRef<Bool()> goOn) {
     return CatchOutOfMemory([&]() -> Result<RepositoryCheckSummary> {
         CHECK_ARGUMENT(threads >= 1, "threads >= 1");
         const Opt<Id> id = TRY(ReadDatabaseId(root));
         if (!id) return IllegalArgumentError::Create(FormatMessage("@ is no repository: it has no identifier.", root));
         std::vector<Url> directories = TRY(FindDirectories(root));
         Verification verification(std::move(directories));
-        TRY(verification.Run(threads));
+        TRY(verification.Run(threads, goOn));
 
         RepositoryCheckSummary summary;
         std::vector<RepositoryFinding> findings;
         TRY(AddRootLeftovers(root, findings));
         TRY(AddDoubledIds(verification.GetChecks(), findings));
         for (AssetCheck& check : verification.GetChecks()) {
+            summary.unchecked += check.directory.IsEmpty() ? 1 : 0;
             summary.assets += check.id ? 1 : 0;
             summary.versions += check.versions;
             summary.bytes += check.bytes;
@@ -142,8 +149,8 @@ Result<RepositoryCheckSummary> RepositoryMaintenance::Verify(const Url& root, In
         SortByPath(findings);
         summary.problems = Int(findings.size());
         for (const RepositoryFinding& finding : findings) {
-            const Bool goOn = TRY(receiver(finding));
-            if (!goOn) break;
+            const Bool more = TRY(receiver(finding));
+            if (!more) break;
         }
         return summary;
     });

@@ -9,8 +9,8 @@ namespace talvo {
 
 /// What one directory below the root holds, and what is wrong with it.
 struct AssetCheck {
-    Opt<Id> id;  ///< nothing if the directory names no asset
-    Url directory;
+    Opt<Id> id;     ///< nothing if the directory names no asset
+    Url directory;  ///< empty before the check
     Int versions = 0;
     Int64 bytes = 0;
     std::vector<RepositoryFinding> findings;
