@@ -72,6 +72,8 @@ public:
     virtual Result<void> PublishVersionImpl(AssetStoreResult& stored) = 0;
     /// Takes back a stored version that is not to be published. Never fails: what can't be removed now stays hidden. The default does nothing.
     virtual void DiscardVersionImpl(const AssetStoreResult& stored) = 0;
+    /// Where the content of a version lies, for one that was delivered without a url. Empty: it has none, or it is found by a lookup.
+    virtual Result<Url> GetUrlImpl(const Data& vdata) = 0;
 };
 using BaseAssetRepositoryRef = StrongRef<BaseAssetRepositoryInterface>;
 
@@ -168,6 +170,7 @@ public:
     Result<void> AssetLoadedImpl(const Asset& asset, Bool updateLinks) override;
     Result<void> PublishVersionImpl(AssetStoreResult& stored) override;
     void DiscardVersionImpl(const AssetStoreResult& stored) override;
+    Result<Url> GetUrlImpl(const Data& vdata) override;
 
 protected:
     BaseAssetRepository();

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "assets/asset_identity.h"
+#include "assets/asset_metadata_table.h"
 #include "kernel/base/array.h"
-#include "kernel/base/hash_map.h"
 #include "kernel/data/data.h"
 #include "kernel/data/standard_types.h"
 #include "kernel/text/language.h"
@@ -14,17 +14,6 @@
 
 namespace talvo {
 
-/// Kinds of metadata values, a flag word. Only PERSISTENT, and PERSISTENT with VERSIONED, READ_ONLY and VERSIONED, DERIVED,
-/// or USER can be stored; 0 stays in memory.
-enum class ASSET_METADATA_KIND : UInt32 {
-    NONE = 0,
-    READ_ONLY = 1,                ///< set when the entry is made, never changed after
-    PERSISTENT = 2,               ///< saved with the repository
-    VERSIONED = 4,                ///< belongs to one version; without it following versions take the value over
-    DERIVED = 8,                  ///< computed, may be dropped at any time
-    USER = 16,                    ///< the user's own: may be set on a repository that isn't writable
-    OVERRIDE_READ_ONLY = 0x10000  ///< lifts READ_ONLY for this one call; never kept
-};
 constexpr ASSET_METADATA_KIND operator|(ASSET_METADATA_KIND first, ASSET_METADATA_KIND second) {
     return ASSET_METADATA_KIND(UInt32(first) | UInt32(second));
 }
@@ -37,15 +26,6 @@ constexpr Bool HasFlag(ASSET_METADATA_KIND kind, ASSET_METADATA_KIND flag) { ret
 constexpr ASSET_METADATA_KIND WithoutFlag(ASSET_METADATA_KIND kind, ASSET_METADATA_KIND flag) {
     return ASSET_METADATA_KIND(UInt32(kind) & ~UInt32(flag));
 }
-
-/// One value of the table. A value that is not `loaded` is with the backend and read at first need.
-struct AssetMetaDataEntry {
-    Data value;
-    ASSET_METADATA_KIND kind = ASSET_METADATA_KIND::NONE;  ///< set when the entry is made
-    Bool loaded = true;
-    UInt stamp = 0;  ///< counts the sets
-};
-using AssetMetaDataTable = HashMap<InternedId, AssetMetaDataEntry>;
 
 /// Id and kind of one entry.
 using AssetMetaDataExistingEntry = std::pair<InternedId, ASSET_METADATA_KIND>;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "assets/asset.h"
+#include "assets/asset_walk.h"
 #include "kernel/description/description.h"
 #include "kernel/thread/observable.h"
 
@@ -42,10 +43,6 @@ private:
 
 using AssetReceiver = Receiver<AssetDescription>;
 using AssetFindReceiver = Receiver<AssetFindItem>;
-/// Repositories that a walk has entered, by identity.
-using VisitedRepositories = HashSet<const AssetRepositoryInterface*>;
-/// Best candidate so far per asset id.
-using LatestAssets = HashMap<Id, AssetDescription>;
 
 /// Attributes of repositories.
 inline constexpr LiteralId REPOSITORY_SKIPINSEARCH{"net.talvo.assetrepository.skipinsearch"};

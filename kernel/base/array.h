@@ -6,7 +6,10 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <memory>
+#include <new>
 #include <span>
+#include <type_traits>
 #include <vector>
 
 namespace talvo {
@@ -21,6 +24,8 @@ class BaseArray {
 public:
     BaseArray() = default;
     BaseArray(std::initializer_list<T> values) : _values(values) {}
+    /// Copies. Throws std::bad_alloc.
+    BaseArray(const T* first, const T* last) : _values(first, last) {}
     explicit BaseArray(std::vector<T> values) : _values(std::move(values)) {}
 
     Int GetCount() const { return Int(_values.size()); }
@@ -73,28 +78,49 @@ private:
     std::vector<T> _values;
 };
 
-/// Array that many may hold: changing it makes a fresh one, so that a reader's snapshot stays as it is.
+/// Array that many may hold: changing it makes a fresh one, so that a reader's snapshot stays as it is. One block of memory.
 template <typename T>
 class Array {
 public:
-    Int GetCount() const { return _body ? _body->values.GetCount() : 0; }
+    Int GetCount() const { return _body ? Int(_body->count) : 0; }
     Bool IsEmpty() const { return GetCount() == 0; }
-    const T& operator[](Int index) const { return _body->values[index]; }
-    const T* begin() const { return _body ? _body->values.GetFirst() : nullptr; }
+    const T& operator[](Int index) const { return begin()[index]; }
+    const T* begin() const { return _body ? _body->GetValues() : nullptr; }
     const T* end() const { return begin() + GetCount(); }
 
     /// Own copy of the values, for a change that `Array(BaseArray)` publishes again. Throws std::bad_alloc.
-    BaseArray<T> CopyValues() const { return _body ? _body->values : BaseArray<T>(); }
+    BaseArray<T> CopyValues() const { return BaseArray<T>(begin(), end()); }
 
     Array() = default;
-    explicit Array(BaseArray<T> values) : _body(new Body(std::move(values))) {}
+    /// Throws std::bad_alloc.
+    explicit Array(BaseArray<T> values) : _body(values.IsEmpty() ? nullptr : Body::Create(values)) {}
 
 private:
-    struct Body : ObjectInterface {
-        explicit Body(BaseArray<T> v) : values(std::move(v)) {}
-        const BaseArray<T> values;
+    /// The values stand right behind it.
+    struct Body {
+        mutable std::atomic<UInt32> references{0};
+        std::size_t count = 0;
+
+        static Body* Create(BaseArray<T>& values) {
+            static_assert(alignof(T) <= alignof(Body) && std::is_nothrow_move_constructible_v<T>);
+            const auto count = std::size_t(values.GetCount());
+            Body* body = new (::operator new(sizeof(Body) + count * sizeof(T))) Body;
+            std::uninitialized_move(values.begin(), values.end(), body->GetValues());
+            body->count = count;
+            return body;
+        }
+        T* GetValues() { return reinterpret_cast<T*>(this + 1); }
+        const T* GetValues() const { return reinterpret_cast<const T*>(this + 1); }
+        void AddReference() const { references.fetch_add(1, std::memory_order_relaxed); }
+        void ReleaseReference() const {
+            if (references.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+            Body* self = const_cast<Body*>(this);
+            std::destroy_n(self->GetValues(), count);
+            self->~Body();
+            ::operator delete(self);
+        }
     };
-    StrongRef<Body> _body;
+    StrongRef<const Body> _body;
 };
 
 }  // namespace talvo

@@ -13,4 +13,7 @@ UInt GetStoredHash64(std::string_view bytes);
 /// XXH3, 128 bits, seed 0, in canonical (big-endian) byte order. Part of file formats: never changes.
 std::array<UChar, 16> GetStoredHash128(std::string_view bytes);
 
+/// XXH3, 64 bits, with a seed drawn at start: for tables in memory, never stored. Nobody can choose texts that collide.
+UInt GetTableHash(std::string_view bytes);
+
 }  // namespace talvo

@@ -148,6 +148,13 @@ const Id& InternedId::GetId() const {
     return _entry ? _entry->id : NULL_ID;
 }
 
+Id InternedId::FindSame(Id id) {
+    Shard& shard = ShardOf(id);
+    const std::lock_guard lock(shard.mutex);
+    const auto found = shard.entries.find(id);
+    return found == shard.entries.end() ? std::move(id) : Id((*found)->id);
+}
+
 Int InternedId::GetTableCount() {
     Int count = 0;
     for (Shard& shard : Shards()) {

@@ -115,6 +115,9 @@ public:
     Bool IsPopulated() const { return _entry != nullptr; }
     Bool IsEmpty() const { return _entry == nullptr; }
 
+    /// The id in the table with the text of `id` if somebody holds one, else `id` itself; enters nothing. For ids that are read many times
+    /// over: those that are well known then share one text.
+    static Id FindSame(Id id);
     /// How many entries the global table holds now; for tests and diagnostics.
     static Int GetTableCount();
 

@@ -63,6 +63,29 @@ private:
     detail::ControlBlock* const _control;
 };
 
+/// Counting for shared bodies of values, which need no weak references and no virtual functions: 4 bytes instead of two blocks.
+/// Threads:   counting is safe from any thread; the rest is the subclass's.
+/// Ownership: made by `StrongRef<T>::Create`; deleted as a `T` when the last reference goes.
+template <typename T>
+class CountedBody {
+public:
+    CountedBody() = default;
+    CountedBody(const CountedBody&) = delete;
+    CountedBody& operator=(const CountedBody&) = delete;
+
+    UInt32 GetReferenceCount() const { return _references.load(std::memory_order_acquire); }
+    void AddReference() const { _references.fetch_add(1, std::memory_order_relaxed); }
+    void ReleaseReference() const {
+        if (_references.fetch_sub(1, std::memory_order_acq_rel) == 1) delete static_cast<const T*>(this);
+    }
+
+protected:
+    ~CountedBody() = default;
+
+private:
+    mutable std::atomic<UInt32> _references{0};
+};
+
 /// Counted reference to a `T` or null. Copying never fails.
 template <typename T>
 class StrongRef {

@@ -45,12 +45,19 @@ DataTypeInfo MakeUnknownInfo(const Id& typeId) {
 
 void* detail::DataBox::Allocate(std::size_t size, std::size_t alignment) {
     static_assert(sizeof(BoxCount) <= 8);
-    void* box = ::operator new(GetOffset(alignment) + size, std::align_val_t(GetOffset(alignment)));
+    const std::size_t offset = GetOffset(alignment);
+    // Memory of ordinary alignment is packed tighter.
+    void* box = offset <= __STDCPP_DEFAULT_NEW_ALIGNMENT__ ? ::operator new(offset + size)
+                                                           : ::operator new(offset + size, std::align_val_t(offset));
     new (box) BoxCount(1);
     return box;
 }
 
-void detail::DataBox::Free(void* box, std::size_t alignment) { ::operator delete(box, std::align_val_t(GetOffset(alignment))); }
+void detail::DataBox::Free(void* box, std::size_t alignment) {
+    const std::size_t offset = GetOffset(alignment);
+    if (offset <= __STDCPP_DEFAULT_NEW_ALIGNMENT__) return ::operator delete(box);
+    ::operator delete(box, std::align_val_t(offset));
+}
 
 Data::Data(const LiteralId& id) : Data(static_cast<const Id&>(id)) {}
 

@@ -67,9 +67,9 @@ Result<BaseArray<Entry>> ReadObject(const DocumentValue::ObjectType& object) {
     BaseArray<Entry> entries;
     TRY(entries.EnsureCapacity(Int(object.size())));
     for (const auto& [text, document] : object) {
-        const Result<Id> id = Id::Create(text);
+        Result<Id> id = Id::Create(text);
         if (id.IsError()) return FileFormatError::Create(id.GetError()->GetMessage(), id.GetError());
-        TRY(AppendRead(entries, Data(id.GetValue()), document));
+        TRY(AppendRead(entries, Data(InternedId::FindSame(std::move(id).GetValue())), document));
     }
     return entries;
 }

@@ -147,7 +147,7 @@ Result<Id> detail::ReadDocumentId(const DocumentValue& value) {
     const std::string bytes = TRY(value.GetBytes());
     Result<Id> id = Id::Create(bytes);
     if (id.IsError()) return FileFormatError::Create(id.GetError()->GetMessage(), id.GetError());
-    return id;
+    return InternedId::FindSame(std::move(id).GetValue());
 }
 
 }  // namespace talvo

@@ -4,9 +4,16 @@
 #include "kernel/base/hash_map.h"
 #include "kernel/text/format.h"
 
+#include <array>
+
 namespace talvo {
 
 namespace {
+
+/// Held for ever, so that the descriptions of all assets share these texts.
+[[maybe_unused]] const auto& g_wellKnownIds = *new std::array<InternedId, 5>{
+    InternedId(DESCRIPTION::IDENTIFIER), InternedId(DESCRIPTION::COMMAND), InternedId(DESCRIPTION::INCLUDE),
+    InternedId(DESCRIPTION::TRANSLATEDSTRING), InternedId(DESCRIPTION::CATEGORY)};
 
 constexpr std::string_view INCLUDE_COMMAND = "include";
 constexpr const char* STRING_COMMAND = "exportedstring";

@@ -39,6 +39,11 @@ std::string CleanFilePath(std::string_view path) {
     return clean;
 }
 
+Bool IsCleanFilePath(std::string_view path) {
+    const Bool isLong = path.size() > 1;
+    return path.starts_with('/') && !(isLong && path.ends_with('/')) && path.find("//") == std::string_view::npos;
+}
+
 std::string_view WithoutLastSlashes(std::string_view path) {
     while (path.ends_with('/')) path.remove_suffix(1);
     return path;
@@ -66,16 +71,31 @@ std::string GetWorkingDirectory() {
 
 }  // namespace
 
-struct Url::Body : ObjectInterface {
-    Body() = default;
-    Body(const Body& other)
-        : scheme(other.scheme),
-          authority(other.authority),
-          embedded(other.embedded),
-          path(other.path),
-          sideData(other.sideData) {}
+/// What few urls have: kept apart, since there are many urls of plain files.
+struct Url::Extras {
+    std::string authority;
+    Url embedded;
+    std::vector<SideData> sideData;  // a handful at most: searched in order
+};
 
+struct Url::Body final : CountedBody<Body> {
+    Body() = default;
+    /// All of `other` but its path.
+    Body(const Body& other, std::string newPath)
+        : scheme(other.scheme),
+          path(std::move(newPath)),
+          extras(other.extras ? std::make_unique<Extras>(*other.extras) : nullptr) {}
+
+    const Extras& GetExtras() const {
+        static const Extras& NONE = *new Extras;
+        return extras ? *extras : NONE;
+    }
+    Extras& MakeExtras() {
+        if (!extras) extras = std::make_unique<Extras>();
+        return *extras;
+    }
     const SideData* Find(const Id& key) const {
+        const auto& sideData = GetExtras().sideData;
         const auto found = std::find_if(sideData.begin(), sideData.end(), [&](const SideData& side) { return side.key == key; });
         return found == sideData.end() ? nullptr : &*found;
     }
@@ -84,13 +104,13 @@ struct Url::Body : ObjectInterface {
         const String* query = side ? side->value.GetPtr<String>() : nullptr;
         return query ? query->GetView() : std::string_view();
     }
-    void SetPath(std::string newPath) { path = scheme == FILE_SCHEME ? CleanFilePath(newPath) : std::move(newPath); }
+    std::string CleanPath(std::string newPath) const {
+        return scheme == FILE_SCHEME && !IsCleanFilePath(newPath) ? CleanFilePath(newPath) : std::move(newPath);
+    }
 
     Id scheme;
-    std::string authority;
-    Url embedded;
     std::string path;
-    std::vector<SideData> sideData;  // a handful at most: searched in order
+    std::unique_ptr<Extras> extras;
 };
 
 Url::Url() = default;
@@ -107,9 +127,19 @@ Url::Body& Url::MakeWritable() {
     if (!_body) {
         _body = StrongRef<Body>::Create();
     } else if (_body->GetReferenceCount() != 1) {
-        _body = StrongRef<Body>::Create(*_body);
+        _body = StrongRef<Body>::Create(*_body, _body->path);
     }
     return *_body;
+}
+
+void Url::ReplacePath(std::string path) {
+    if (_body && _body->GetReferenceCount() != 1) {
+        std::string clean = _body->CleanPath(std::move(path));
+        _body = StrongRef<Body>::Create(*_body, std::move(clean));
+    } else {
+        Body& body = MakeWritable();
+        body.path = body.CleanPath(std::move(path));
+    }
 }
 
 Url Url::FromSystemPath(std::string_view path) {
@@ -129,8 +159,8 @@ Url Url::Create(const Id& scheme, std::string_view authority, std::string_view p
     Url url;
     Body& body = url.MakeWritable();
     body.scheme = scheme;
-    body.authority = authority;
-    body.SetPath(std::string(path));
+    if (!authority.empty()) body.MakeExtras().authority = authority;
+    body.path = body.CleanPath(std::string(path));
     return url;
 }
 
@@ -159,7 +189,8 @@ Result<Url> Url::ParseNested(std::string_view text, Int depth) {
 Result<Url> Url::Parse(std::string_view text) { return ParseNested(text, 0); }
 
 Bool Url::IsEmpty() const {
-    return !_body || (_body->scheme.IsEmpty() && _body->authority.empty() && _body->path.empty() && _body->embedded.IsEmpty());
+    return !_body ||
+           (_body->scheme.IsEmpty() && _body->path.empty() && GetAuthority().empty() && _body->GetExtras().embedded.IsEmpty());
 }
 
 const Id& Url::GetScheme() const { return _body ? _body->scheme : NO_ID; }
@@ -167,33 +198,30 @@ const Id& Url::GetScheme() const { return _body ? _body->scheme : NO_ID; }
 void Url::SetScheme(const Id& scheme) {
     Body& body = MakeWritable();
     body.scheme = scheme;
-    body.SetPath(std::move(body.path));
+    body.path = body.CleanPath(std::move(body.path));
 }
 
-std::string_view Url::GetAuthority() const { return _body ? std::string_view(_body->authority) : std::string_view(); }
+std::string_view Url::GetAuthority() const { return _body ? std::string_view(_body->GetExtras().authority) : std::string_view(); }
 
 void Url::SetAuthority(std::string_view authority) {
     std::string copy(authority);  // may be a view of this url
-    Body& body = MakeWritable();
-    body.authority = std::move(copy);
-    body.embedded = Url();
+    Extras& extras = MakeWritable().MakeExtras();
+    extras.authority = std::move(copy);
+    extras.embedded = Url();
 }
 
-Url Url::GetEmbeddedUrl() const { return _body ? _body->embedded : Url(); }
+Url Url::GetEmbeddedUrl() const { return _body ? _body->GetExtras().embedded : Url(); }
 
 void Url::SetEmbeddedUrl(const Url& url) {
     Url copy = url;  // may be this url; then it now holds what this one was
-    Body& body = MakeWritable();
-    body.authority.clear();
-    body.embedded = std::move(copy);
+    Extras& extras = MakeWritable().MakeExtras();
+    extras.authority.clear();
+    extras.embedded = std::move(copy);
 }
 
 std::string_view Url::GetPath() const { return _body ? std::string_view(_body->path) : std::string_view(); }
 
-void Url::SetPath(std::string_view path) {
-    std::string copy(path);
-    MakeWritable().SetPath(std::move(copy));
-}
+void Url::SetPath(std::string_view path) { ReplacePath(std::string(path)); }
 
 Url Url::GetDirectory() const {
     Url directory = *this;
@@ -223,10 +251,13 @@ void Url::RemoveName() {
 Url& Url::Append(std::string_view component) {
     while (component.starts_with('/')) component.remove_prefix(1);
     if (component.empty()) return *this;
-    std::string path(GetPath());
+    const std::string_view own = GetPath();
+    std::string path;
+    path.reserve(own.size() + 1 + component.size());
+    path = own;
     if (!path.empty() && path.back() != '/') path += '/';
     path += component;
-    MakeWritable().SetPath(std::move(path));
+    ReplacePath(std::move(path));
     return *this;
 }
 
@@ -267,10 +298,11 @@ std::string Url::GetUrl() const {
     if (IsEmpty()) return {};
     std::string text(_body->scheme.GetView());
     text += "://";
-    if (_body->embedded.IsPopulated()) {
-        text += "[" + EncodeUrlPart(_body->embedded.GetUrl(), URL_PART::AUTHORITY) + "]";
+    const Extras& extras = _body->GetExtras();
+    if (extras.embedded.IsPopulated()) {
+        text += "[" + EncodeUrlPart(extras.embedded.GetUrl(), URL_PART::AUTHORITY) + "]";
     } else {
-        text += EncodeUrlPart(_body->authority, URL_PART::AUTHORITY);
+        text += EncodeUrlPart(extras.authority, URL_PART::AUTHORITY);
     }
     if (_body->scheme != FILE_SCHEME) text += '/';  // the path of a file brings its own
     text += EncodeUrlPart(_body->path, URL_PART::PATH);
@@ -306,12 +338,12 @@ const Data* Url::FindData(const Id& key) const {
 
 void Url::SetData(const Id& key, Data value) {
     EraseData(key);
-    if (value.IsPopulated()) MakeWritable().sideData.push_back({key, std::move(value)});
+    if (value.IsPopulated()) MakeWritable().MakeExtras().sideData.push_back({key, std::move(value)});
 }
 
 void Url::EraseData(const Id& key) {
     if (!FindData(key)) return;
-    std::erase_if(MakeWritable().sideData, [&](const SideData& side) { return side.key == key; });
+    std::erase_if(MakeWritable().MakeExtras().sideData, [&](const SideData& side) { return side.key == key; });
 }
 
 std::strong_ordering Url::Compare(const Url& other) const {
@@ -320,8 +352,10 @@ std::strong_ordering Url::Compare(const Url& other) const {
     const Body& first = _body ? *_body : *NONE;
     const Body& second = other._body ? *other._body : *NONE;
     if (const auto order = first.scheme <=> second.scheme; order != 0) return order;
-    if (const auto order = first.authority <=> second.authority; order != 0) return order;
-    if (const auto order = first.embedded.Compare(second.embedded); order != 0) return order;
+    const Extras& firstExtras = first.GetExtras();
+    const Extras& secondExtras = second.GetExtras();
+    if (const auto order = firstExtras.authority <=> secondExtras.authority; order != 0) return order;
+    if (const auto order = firstExtras.embedded.Compare(secondExtras.embedded); order != 0) return order;
     if (const auto order = first.path <=> second.path; order != 0) return order;
     return first.GetQuery() <=> second.GetQuery();
 }
@@ -330,8 +364,9 @@ Bool operator==(const Url& first, const Url& second) { return first.Compare(seco
 
 UInt Url::GetHashCode() const {
     if (IsEmpty()) return 0;
-    const UInt embedded = _body->embedded.IsPopulated() ? _body->embedded.GetHashCode() : 0;
-    return absl::HashOf(_body->scheme, _body->authority, embedded, _body->path, _body->GetQuery());
+    const Extras& extras = _body->GetExtras();
+    const UInt embedded = extras.embedded.IsPopulated() ? extras.embedded.GetHashCode() : 0;
+    return absl::HashOf(_body->scheme, extras.authority, embedded, _body->path, _body->GetQuery());
 }
 
 Result<DocumentValue> DataTraits<Url>::ToDocument(const Url& value) { return DocumentValue(value.GetUrl()); }

@@ -146,8 +146,10 @@ public:
 
 private:
     struct Body;
+    struct Extras;
     static Result<Url> ParseNested(std::string_view text, Int depth);
     Body& MakeWritable();
+    void ReplacePath(std::string path);
     StrongRef<Body> _body;
 };
 

@@ -41,22 +41,24 @@ Result<void> RepositoryEngine::Walk::CheckCancelled() const {
     return OK;
 }
 
-Result<AssetVersionTableRef> RepositoryEngine::EnsureVersions(AssetIdData& record) {
-    if (AssetVersionTableRef table = record.GetVersions(); table && table->loaded) return table;
+Result<AssetVersionTable> RepositoryEngine::EnsureVersions(AssetIdData& record) {
+    if (AssetVersionTable table = record.GetVersions(); table.IsLoaded()) return table;
+    AssetVersionTable old;  // released after the lock
     auto versions = record.versions.Write();
-    if (*versions && (*versions)->loaded) return AssetVersionTableRef(*versions);
-    StrongRef<AssetVersionTable> fresh = AssetVersionTable::CopyOf(versions->GetPointer());
-    fresh->loaded = true;
+    if (versions->IsLoaded()) return AssetVersionTable(*versions);
     // An id that the backend doesn't know yet has no versions; they are not marked as loaded, so that it is asked later.
-    if (!record.created.load(std::memory_order_acquire)) return AssetVersionTableRef(fresh);
+    if (!record.created.load(std::memory_order_acquire)) return AssetVersionTable(*versions);
+    AssetVersionTable::Entries entries = versions->CopyEntries();
     TRY(_self.LoadVersionsImpl(
-        record.id, record.type, record.adata,
+        record.id, record.type.GetId(), record.adata,
         [&](const AssetVersionKey& key, const AssetDescription& description, const Data& vdata) -> Result<Bool> {
-            TRY(fresh->Merge(key, description, vdata));
+            if (const AssetDescriptionImpl* impl = AssetDescriptionImpl::Find(description)) impl->SetVersionData(vdata);
+            TRY(AssetVersionTable::Merge(entries, key, description));
             return true;
         }));
-    *versions = fresh;
-    return AssetVersionTableRef(fresh);
+    AssetVersionTable loaded(std::move(entries), AssetVersionTable::STATE::LOADED);
+    old = std::exchange(*versions, loaded);
+    return loaded;
 }
 
 Result<Bool> RepositoryEngine::FindOwn(const Walk& walk) {
@@ -69,6 +71,8 @@ Result<Bool> RepositoryEngine::FindOwn(const Walk& walk) {
 
 Result<Bool> RepositoryEngine::WalkRecords(const Walk& walk) {
     const Int count = _table.GetRecordCount();
+    const Bool wantsMost = walk.aid.IsEmpty() && walk.types.empty();
+    if (wantsMost && walk.CollectsLatest()) walk.latest.Expect(count);
     std::vector<Int> order;
     if (walk.Has(ASSET_FIND_MODE::RANDOM_ORDER)) {
         order.resize(std::size_t(count));
@@ -86,40 +90,33 @@ Result<Bool> RepositoryEngine::WalkRecords(const Walk& walk) {
 }
 
 Result<Bool> RepositoryEngine::FindInRecord(const Walk& walk, AssetIdData& record) {
-    if (record.erased.load(std::memory_order_acquire) || !walk.AcceptsType(record.type)) return true;
-    const AssetVersionTableRef table = TRY(EnsureVersions(record));
+    if (record.erased.load(std::memory_order_acquire) || !walk.AcceptsType(record.type.GetId())) return true;
+    const AssetVersionTable table = TRY(EnsureVersions(record));
     if (walk.version.IsPopulated()) {
-        const AssetVersionEntry* entry = table->FindVersion(walk.version);
-        return entry ? DeliverEntry(walk, record.id, *entry) : Result<Bool>(true);
+        const AssetVersionEntry* entry = table.FindVersion(walk.version);
+        return entry ? DeliverEntry(walk, record, table, *entry) : Result<Bool>(true);
     }
-    const AssetVersionEntry* last = table->GetLast();
+    const AssetVersionEntry* last = table.GetLast();
     if (!last) return true;
     // A deleted newest version means a deleted asset, whatever versions are older.
     const Bool deleted = last->description && last->description->IsDeleted();
     if (deleted && !walk.Has(ASSET_FIND_MODE::WITH_DELETED)) return true;
-    if (walk.Has(ASSET_FIND_MODE::LATEST)) return DeliverEntry(walk, record.id, *last);
+    if (walk.Has(ASSET_FIND_MODE::LATEST)) return DeliverEntry(walk, record, table, *last);
     if (!walk.Has(ASSET_FIND_MODE::ALL_VERSIONS)) return true;
-    for (Int i = table->GetCount() - 1; i >= 0; --i) {
-        const Bool goOn = TRY(DeliverEntry(walk, record.id, table->GetEntries()[i]));
+    for (Int i = table.GetCount() - 1; i >= 0; --i) {
+        const Bool goOn = TRY(DeliverEntry(walk, record, table, table[i]));
         if (!goOn) return false;
     }
     return true;
 }
 
-Result<Bool> RepositoryEngine::DeliverEntry(const Walk& walk, const Id& aid, const AssetVersionEntry& entry) {
+Result<Bool> RepositoryEngine::DeliverEntry(const Walk& walk, const AssetIdData& record, const AssetVersionTable& table,
+                                            const AssetVersionEntry& entry) {
     if (!entry.description) return true;
     if (entry.description->IsDeleted() && !walk.Has(ASSET_FIND_MODE::WITH_DELETED)) return true;
     if (!walk.CollectsLatest()) return walk.receiver(AssetFindItem(entry.description));
 
-    AssetDescription* best = TRY(walk.latest.InsertKey(aid));
-    if (*best) {
-        const AssetVersionKey known = best->GetVersionKey();
-        // Counters of different repositories don't compare: between them only the time counts, and on a tie the one visited first stays.
-        const Bool sameRepository = (*best)->GetRepositoryId() == entry.description->GetRepositoryId();
-        const Bool isNewer = sameRepository ? known < entry.key : known.time < entry.key.time;
-        if (!isNewer) return true;
-    }
-    *best = entry.description;
+    walk.latest.Offer(record.hash, table.GetBlock(), entry);
     return true;
 }
 
@@ -139,8 +136,8 @@ Result<Bool> RepositoryEngine::FindInBases(const Walk& walk) {
 Result<AssetDescription> RepositoryEngine::GetDescription(const AssetBase& asset) {
     const IdAndVersion identity = asset ? asset->GetIdAndVersion() : IdAndVersion();
     if (AssetIdData* record = _table.Find(identity.first)) {
-        const AssetVersionTableRef table = record->GetVersions();
-        const AssetVersionEntry* entry = table ? table->FindVersion(identity.second) : nullptr;
+        const AssetVersionTable table = record->GetVersions();
+        const AssetVersionEntry* entry = table.FindVersion(identity.second);
         if (entry && entry->description) return AssetDescription(entry->description);
     }
     return IllegalArgumentError::Create(FormatMessage("No asset description for @ found in @.", ToIdentityText(identity), _id));

@@ -23,7 +23,7 @@ Result<void> Deliver(const Data& value, DataType type, void* mem, Bool& isSet) {
 }  // namespace
 
 AssetMetaDataImpl::AssetMetaDataImpl(AssetMetaDataTable entries)
-    : _hasRepository(false), _state(METADATA_LOCK, std::move(entries)) {}
+    : _hasRepository(false), _entries(METADATA_LOCK, std::move(entries)) {}
 
 AssetMetaDataImpl::AssetMetaDataImpl(const AssetRepositoryRef& repository, Id type, IdAndVersion identity, Data vdata,
                                      AssetMetaDataTable entries)
@@ -32,13 +32,13 @@ AssetMetaDataImpl::AssetMetaDataImpl(const AssetRepositoryRef& repository, Id ty
       _type(std::move(type)),
       _identity(std::move(identity)),
       _vdata(std::move(vdata)),
-      _state(METADATA_LOCK, std::move(entries)) {}
+      _entries(METADATA_LOCK, std::move(entries)) {}
 
 Result<BaseArray<AssetMetaDataExistingEntry>> AssetMetaDataImpl::GetExistingEntries() const {
     BaseArray<AssetMetaDataExistingEntry> result;
-    auto state = _state.Read();
-    TRY(result.EnsureCapacity(state->entries.GetCount()));
-    for (const auto& [id, entry] : state->entries) TRY(result.Append({id, entry.kind}));
+    auto entries = _entries.Read();
+    TRY(result.EnsureCapacity(entries->GetCount()));
+    for (const auto& [id, entry] : *entries) TRY(result.Append({id, entry.kind}));
     return result;
 }
 
@@ -50,8 +50,8 @@ Result<Opt<Data>> AssetMetaDataImpl::Get(const InternedId& metaId) const {
 }
 
 UInt AssetMetaDataImpl::GetTimeStamp(const InternedId& metaId) const {
-    auto state = _state.Read();
-    const AssetMetaDataEntry* entry = state->entries.Find(metaId);
+    auto entries = _entries.Read();
+    const AssetMetaDataEntry* entry = entries->Find(metaId);
     return entry ? entry->stamp : 0;
 }
 
@@ -66,8 +66,8 @@ Result<void> AssetMetaDataImpl::PrivateGet(const InternedId& metaId, DataType ty
 
 Result<Data> AssetMetaDataImpl::Resolve(const InternedId& metaId) const {
     {
-        auto state = _state.Read();
-        const AssetMetaDataEntry* entry = state->entries.Find(metaId);
+        auto entries = _entries.Read();
+        const AssetMetaDataEntry* entry = entries->Find(metaId);
         if (entry && entry->loaded) return entry->value;
         if (!entry && !_hasRepository) return Data();
     }
@@ -77,8 +77,8 @@ Result<Data> AssetMetaDataImpl::Resolve(const InternedId& metaId) const {
 }
 
 Result<Opt<Data>> AssetMetaDataImpl::LoadEntry(const InternedId& metaId) const {
-    auto state = _state.Write();
-    AssetMetaDataEntry* entry = state->entries.Find(metaId);
+    auto entries = _entries.Write();
+    AssetMetaDataEntry* entry = entries->Find(metaId);
     if (!entry) return Opt<Data>();
     if (entry->loaded) return Opt<Data>(entry->value);
 
@@ -88,7 +88,7 @@ Result<Opt<Data>> AssetMetaDataImpl::LoadEntry(const InternedId& metaId) const {
     if (failed && !IoError::IsClassOf(read.GetError())) return read.GetError();
     Data value = failed ? Data() : std::move(read).GetValue();
     if (value.IsEmpty() && entry->kind == KIND_DERIVED) return Opt<Data>();
-    if (failed) TRY(state->unreadable.Insert(metaId));
+    entry->unreadable = failed;
     entry->value = value;
     entry->loaded = true;
     return Opt<Data>(std::move(value));
@@ -102,12 +102,12 @@ Result<Data> AssetMetaDataImpl::ReadFromBackend(const InternedId& metaId, KIND k
 }
 
 Result<Data> AssetMetaDataImpl::GetForCarry(const InternedId& metaId) const {
-    auto state = _state.Write();
-    AssetMetaDataEntry* entry = state->entries.Find(metaId);
+    auto entries = _entries.Write();
+    AssetMetaDataEntry* entry = entries->Find(metaId);
     if (!entry) return Data();
-    if (entry->loaded && !state->unreadable.Contains(metaId)) return entry->value;
+    if (entry->loaded && !entry->unreadable) return entry->value;
     Data value = TRY(ReadFromBackend(metaId, entry->kind));
-    state->unreadable.Erase(metaId);
+    entry->unreadable = false;
     entry->value = value;
     entry->loaded = true;
     return value;
@@ -139,53 +139,54 @@ Result<AssetRepositoryRef> AssetMetaDataImpl::GetRepository() const {
     return repository;
 }
 
-Result<void> AssetMetaDataImpl::CheckChange(const State& state, const InternedId& metaId, CHANGE change, KIND kind) {
+Result<void> AssetMetaDataImpl::CheckChange(const AssetMetaDataTable& entries, const InternedId& metaId, CHANGE change,
+                                            KIND kind) {
     if (change == CHANGE::REMOVE || HasFlag(kind, KIND::OVERRIDE_READ_ONLY)) return OK;
-    const AssetMetaDataEntry* entry = state.entries.Find(metaId);
+    const AssetMetaDataEntry* entry = entries.Find(metaId);
     if (!entry) return OK;
     CHECK_ARGUMENT(!HasFlag(entry->kind | kind, KIND::READ_ONLY),
                    "!((v.Get<AssetMetaData::KIND>() | kind) & AssetMetaData::KIND::READ_ONLY)");
     return OK;
 }
 
-Result<Data> AssetMetaDataImpl::SetEntry(State& state, const InternedId& metaId, Data value, KIND kind) {
+Result<Data> AssetMetaDataImpl::SetEntry(AssetMetaDataTable& entries, const InternedId& metaId, Data value, KIND kind) {
     if (IsCarriedToNextVersion(GetStoredKind(kind))) {
-        state.entries.EraseIf([](const auto& item) { return HasFlag(item.second.kind, KIND::DERIVED); });
+        entries.EraseIf([](const auto& item) { return HasFlag(item.second.kind, KIND::DERIVED); });
     }
-    TRY(CheckChange(state, metaId, value.IsEmpty() ? CHANGE::REMOVE : CHANGE::SET, kind));
-    state.unreadable.Erase(metaId);
+    TRY(CheckChange(entries, metaId, value.IsEmpty() ? CHANGE::REMOVE : CHANGE::SET, kind));
     if (value.IsEmpty()) {
-        AssetMetaDataEntry* entry = state.entries.Find(metaId);
+        AssetMetaDataEntry* entry = entries.Find(metaId);
         if (!entry) return Data();
         Data previous = std::move(entry->value);
-        state.entries.Erase(metaId);
+        entries.Erase(metaId);
         return previous;
     }
-    const Bool isNew = !state.entries.Contains(metaId);
-    AssetMetaDataEntry* entry = TRY(state.entries.InsertKey(metaId));
+    const Bool isNew = !entries.Contains(metaId);
+    AssetMetaDataEntry* entry = TRY(entries.InsertKey(metaId));
     if (isNew) entry->kind = GetStoredKind(kind);
     entry->loaded = true;
-    ++entry->stamp;
+    entry->unreadable = false;
+    entry->stamp = entry->stamp + 1;
     return std::exchange(entry->value, std::move(value));
 }
 
 Result<Data> AssetMetaDataImpl::Set(const InternedId& metaId, Data value, KIND kind) {
-    auto state = _state.Write();
-    return SetEntry(*state, metaId, std::move(value), kind);
+    auto entries = _entries.Write();
+    return SetEntry(*entries, metaId, std::move(value), kind);
 }
 
 Result<AssetMetaDataImpl::Change> AssetMetaDataImpl::StoreThrough(const InternedId& metaId, CHANGE change, KIND kind,
                                                                   FunctionRef<Result<Data>(const Data& vdata, KIND kind)> write) {
-    auto state = _state.Write();
-    TRY(CheckChange(*state, metaId, change, kind));
+    auto entries = _entries.Write();
+    TRY(CheckChange(*entries, metaId, change, kind));
     // An entry keeps the kind that it was made with, on disk as in the table.
-    const AssetMetaDataEntry* entry = state->entries.Find(metaId);
+    const AssetMetaDataEntry* entry = entries->Find(metaId);
     const Bool keepsKind = entry && HasFlag(entry->kind, KIND::PERSISTENT);
     const KIND written = keepsKind ? entry->kind : GetStoredKind(kind);
     Data value = TRY(write(_vdata, written));
     Data current = value;
     // What may change was tested before the write, so that disk and table stay one.
-    Data previous = TRY(SetEntry(*state, metaId, std::move(value), written | KIND::OVERRIDE_READ_ONLY));
+    Data previous = TRY(SetEntry(*entries, metaId, std::move(value), written | KIND::OVERRIDE_READ_ONLY));
     return Change{std::move(previous), std::move(current), written};
 }
 

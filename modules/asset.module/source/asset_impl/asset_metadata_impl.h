@@ -29,6 +29,9 @@ public:
     /// since a store must not forget a value. Empty if there is none.
     Result<Data> GetForCarry(const InternedId& metaId) const;
 
+    /// The backend's data of the version.
+    const Data& GetVersionData() const { return _vdata; }
+
     /// Sets an entry. @return what was there. Errors: IllegalArgumentError for a read-only entry unless `kind` has OVERRIDE_READ_ONLY; only derived
     /// entries are gone then.
     Result<Data> Set(const InternedId& metaId, Data value, KIND kind);
@@ -45,13 +48,8 @@ public:
                                 FunctionRef<Result<Data>(const Data& vdata, KIND kind)> write);
 
 private:
-    struct State {
-        explicit State(AssetMetaDataTable table) : entries(std::move(table)) {}
-        AssetMetaDataTable entries;
-        HashSet<InternedId> unreadable;  // loaded as empty because a read failed
-    };
-    static Result<void> CheckChange(const State& state, const InternedId& metaId, CHANGE change, KIND kind);
-    static Result<Data> SetEntry(State& state, const InternedId& metaId, Data value, KIND kind);
+    static Result<void> CheckChange(const AssetMetaDataTable& entries, const InternedId& metaId, CHANGE change, KIND kind);
+    static Result<Data> SetEntry(AssetMetaDataTable& entries, const InternedId& metaId, Data value, KIND kind);
     Result<Data> Resolve(const InternedId& metaId) const;
     /// Reads an entry from the backend. Nothing: there is no value to be had, so that the type is asked.
     Result<Opt<Data>> LoadEntry(const InternedId& metaId) const;
@@ -64,7 +62,7 @@ private:
     const Id _type;
     const IdAndVersion _identity;
     const Data _vdata{};
-    mutable Guarded<State, ARWLock> _state;
+    mutable Guarded<AssetMetaDataTable, ARWLock> _entries;
 };
 
 }  // namespace talvo

@@ -4,8 +4,8 @@
 namespace talvo {
 
 Bool RepositoryEngine::IsNewest(AssetIdData& record, const IdAndVersion& identity) {
-    const AssetVersionTableRef table = record.GetVersions();
-    const AssetVersionEntry* last = table ? table->GetLast() : nullptr;
+    const AssetVersionTable table = record.GetVersions();
+    const AssetVersionEntry* last = table.GetLast();
     return last && last->description && last->description->GetIdAndVersion() == identity;
 }
 

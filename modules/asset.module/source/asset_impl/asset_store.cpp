@@ -131,13 +131,13 @@ Result<AssetDescription> RepositoryEngine::StoreInRecord(AssetIdData& record, co
     }
     Result<AssetDescription> published = CatchOutOfMemory([&] { return PublishVersion(record, request, version); });
     // The version is whole in the backend but memory doesn't know it: forget the table, the next lookup loads it again.
-    if (published.IsError()) record.SetVersions(nullptr);
+    if (published.IsError()) record.SetVersions({});
     return published;
 }
 
 Result<void> RepositoryEngine::CreateRecordData(AssetIdData& record) {
     if (record.created.load(std::memory_order_acquire)) return OK;
-    Result<Data> made = CatchOutOfMemory([&] { return _self.CreateDataForIdImpl(record.id, record.type); });
+    Result<Data> made = CatchOutOfMemory([&] { return _self.CreateDataForIdImpl(record.id, record.type.GetId()); });
     if (made.IsError()) {
         // Nothing half-known stays in memory: the next store of this id begins anew, perhaps with another type.
         _table.Erase(record);
@@ -150,8 +150,8 @@ Result<void> RepositoryEngine::CreateRecordData(AssetIdData& record) {
 }
 
 Result<void> RepositoryEngine::ChooseNumber(AssetIdData& record, const StoreRequest& request, NewVersion& version) {
-    const AssetVersionTableRef table = record.GetVersions();
-    const AssetVersionEntry* last = table ? table->GetLast() : nullptr;
+    const AssetVersionTable table = record.GetVersions();
+    const AssetVersionEntry* last = table.GetLast();
     const Bool lastDeleted = last && last->description && last->description->IsDeleted();
     // Overwriting a deleted asset brings it back by a version of its own; the marker stays in its history.
     const Bool overwrite = request.place == StoreRequest::PLACE::NEWEST_VERSION && !lastDeleted;
@@ -161,7 +161,7 @@ Result<void> RepositoryEngine::ChooseNumber(AssetIdData& record, const StoreRequ
         if (last->description) version.overwrittenHash = last->description->GetIdAndVersion().second;
         version.number = {last->key.counter, last->key.origin};
     } else if (last) {
-        version.number = {table->GetHighestCounter() + 1, last->key.origin};
+        version.number = {table.GetHighestCounter() + 1, last->key.origin};
     } else if (!overwrite) {
         version.number = {1, _id.GetWord()};
     }
@@ -185,10 +185,10 @@ Result<void> RepositoryEngine::WriteVersion(AssetIdData& record, const StoreRequ
         }
         // Someone else stored this number: take his versions in and go behind them.
         const UInt taken = version.number.counter;
-        record.SetVersions(nullptr);
-        const AssetVersionTableRef table = TRY(EnsureVersions(record));
-        if (const AssetVersionEntry* last = table->GetLast()) version.newest = std::max(version.newest, last->key);
-        version.number.counter = std::max(taken, table->GetHighestCounter()) + 1;
+        record.SetVersions({});
+        const AssetVersionTable table = TRY(EnsureVersions(record));
+        if (const AssetVersionEntry* last = table.GetLast()) version.newest = std::max(version.newest, last->key);
+        version.number.counter = std::max(taken, table.GetHighestCounter()) + 1;
         TRY(_self.UpdateNextVersionImpl(version.number.counter));
     }
     return UnexpectedError::Create(
@@ -240,14 +240,13 @@ Result<void> RepositoryEngine::CarryMetaData(const AssetMetaData& from, const St
 
 Result<void> RepositoryEngine::WriteVersionMetaData(const AssetIdData& record, NewVersion& version) {
     version.identity = {record.id, version.stored.versionId};
-    for (const InternedId& id : version.table.GetSortedKeys()) {
-        AssetMetaDataEntry* entry = version.table.Find(id);
-        const Url* url = entry->value.GetPtr<Url>();
+    for (auto& [id, entry] : version.table) {
+        const Url* url = entry.value.GetPtr<Url>();
         // A value that names a file of another version's metadata: the file moves along.
         const Bool urlMode = url && url->GetScheme() == "meta"_id;
         const Url source = urlMode ? *url : Url();
-        entry->value = TRY(_self.StoreMetaDataImpl(version.stored.vdata, id, urlMode ? Data() : entry->value, version.identity,
-                                                   source, entry->kind, urlMode));
+        entry.value = TRY(_self.StoreMetaDataImpl(version.stored.vdata, id, urlMode ? Data() : entry.value, version.identity,
+                                                  source, entry.kind, urlMode));
     }
     const AssetMetaDataEntry* time = version.table.Find(InternedId(ASSETMETADATA::TIMESTAMP));
     CHECK_EXPECTED(time != nullptr, "timeMeta");
@@ -262,15 +261,16 @@ Result<AssetDescription> RepositoryEngine::MakeDescription(const AssetIdData& re
                                                            NewVersion& version) {
     const AssetRepositoryRef self(&_self);
     AssetDescription::Parts parts;
-    parts.type = record.type;
+    parts.type = record.type.GetId();
     parts.identity = version.identity;
     parts.key = version.key;
     parts.metaData =
-        TRY(AssetMetaData::Create(self, record.type, version.identity, version.stored.vdata, std::move(version.table)));
+        TRY(AssetMetaData::Create(self, record.type.GetId(), version.identity, version.stored.vdata, std::move(version.table)));
     parts.deleted = request.content == StoreRequest::CONTENT::DELETION;
     parts.url = version.stored.url;
     const AssetMetaData metaData = parts.metaData;
     AssetDescription description = TRY(AssetDescription::Create(self, std::move(parts)));
+    AssetDescriptionImpl::Of(description).SetVersionData(version.stored.vdata);
     if (request.asset) {
         // The caller goes on with its own object; the copy is what a load of the new version gives.
         const Asset loaded = TRY(request.asset->Clone());
@@ -282,14 +282,13 @@ Result<AssetDescription> RepositoryEngine::MakeDescription(const AssetIdData& re
 }
 
 Result<AssetDescription> RepositoryEngine::PublishVersion(AssetIdData& record, const StoreRequest& request, NewVersion& version) {
-    const Data vdata = version.stored.vdata;
     AssetDescription description = TRY(MakeDescription(record, request, version));
-    AssetVersionTableRef old;  // released after the lock: what was replaced may go with it
+    AssetVersionTable old;  // released after the lock: what was replaced may go with it
     auto versions = record.versions.Write();
-    StrongRef<AssetVersionTable> fresh = AssetVersionTable::CopyOf(versions->GetPointer());
-    if (!version.oldKey.IsEmpty()) TRY(fresh->Remove(version.oldKey));
-    TRY(fresh->Insert(AssetVersionEntry{version.key, description, vdata}));
-    old = std::exchange(*versions, AssetVersionTableRef(fresh));
+    AssetVersionTable::Entries entries = versions->CopyEntries();
+    if (!version.oldKey.IsEmpty()) AssetVersionTable::Remove(entries, version.oldKey);
+    TRY(AssetVersionTable::Insert(entries, version.key, description));
+    old = std::exchange(*versions, AssetVersionTable(std::move(entries), versions->GetState()));
     return description;
 }
 

@@ -1,34 +1,42 @@
 #include "asset_impl/asset_table.h"
 
+#include "kernel/base/hashing.h"
+
 #include <algorithm>
 #include <bit>
+#include <memory>
+#include <new>
 
 namespace talvo {
 
-StrongRef<AssetVersionTable> AssetVersionTable::CopyOf(const AssetVersionTable* other) {
-    auto copy = StrongRef<AssetVersionTable>::Create();
-    if (other) {
-        copy->loaded = other->loaded;
-        copy->_entries = other->_entries;
-        copy->_byVersion = other->_byVersion;
-    }
-    return copy;
+namespace {
+
+using Entries = AssetVersionTable::Entries;
+
+template <typename ENTRIES>
+auto FindPlace(ENTRIES& entries, const AssetVersionKey& key) {
+    return std::lower_bound(entries.begin(), entries.end(), key,
+                            [](const AssetVersionEntry& entry, const AssetVersionKey& wanted) { return entry.key < wanted; });
 }
 
-Int AssetVersionTable::FindPlace(const AssetVersionKey& key) const {
-    const auto place = std::lower_bound(_entries.begin(), _entries.end(), key,
-                                        [](const AssetVersionEntry& entry, const AssetVersionKey& k) { return entry.key < k; });
-    return Int(place - _entries.begin());
+UInt GetVersionWord(const AssetDescription& description) {
+    return description ? description->GetIdAndVersion().second.GetWord() : 0;
 }
+
+}  // namespace
 
 const AssetVersionEntry* AssetVersionTable::FindKey(const AssetVersionKey& key) const {
-    const Int place = FindPlace(key);
-    return place < _entries.GetCount() && _entries[place].key == key ? &_entries[place] : nullptr;
+    const AssetVersionEntry* place = FindPlace(_entries, key);
+    return place != _entries.end() && place->key == key ? place : nullptr;
 }
 
 const AssetVersionEntry* AssetVersionTable::FindVersion(const Id& version) const {
-    const AssetVersionKey* key = _byVersion.Find(version);
-    return key ? FindKey(*key) : nullptr;
+    if (version.IsEmpty()) return nullptr;
+    for (const AssetVersionEntry* entry = _entries.end(); entry != _entries.begin();) {
+        --entry;
+        if (entry->versionWord == version.GetWord() && entry->description->GetIdAndVersion().second == version) return entry;
+    }
+    return nullptr;
 }
 
 UInt AssetVersionTable::GetHighestCounter() const {
@@ -37,50 +45,28 @@ UInt AssetVersionTable::GetHighestCounter() const {
     return highest;
 }
 
-Result<void> AssetVersionTable::NoteVersion(const Id& version, const AssetVersionKey& key) {
-    const Bool isNew = !_byVersion.Contains(version);
-    AssetVersionKey* known = TRY(_byVersion.InsertKey(version));
-    if (isNew || *known < key) *known = key;
+Result<void> AssetVersionTable::Merge(Entries& entries, const AssetVersionKey& key, const AssetDescription& description) {
+    const auto place = FindPlace(entries, key);
+    if (place == entries.end() || place->key != key) return Insert(entries, key, description);
+    if (place->description) return OK;
+    place->description = description;
+    place->versionWord = GetVersionWord(description);
     return OK;
 }
 
-Result<void> AssetVersionTable::Merge(const AssetVersionKey& key, const AssetDescription& description, const Data& vdata) {
-    const Int place = FindPlace(key);
-    if (place == _entries.GetCount() || _entries[place].key != key) TRY(_entries.Insert(place, AssetVersionEntry{key, {}, {}}));
-    AssetVersionEntry& entry = _entries[place];
-    if (!entry.description) {
-        entry.description = description;
-        entry.vdata = vdata;
-    }
-    if (!entry.description) return OK;
-    const Id& version = entry.description->GetIdAndVersion().second;
-    if (version.IsEmpty()) return OK;
-    return NoteVersion(version, key);
+Result<void> AssetVersionTable::Insert(Entries& entries, const AssetVersionKey& key, const AssetDescription& description) {
+    const Int place = Int(FindPlace(entries, key) - entries.begin());
+    return entries.Insert(place, AssetVersionEntry{key, GetVersionWord(description), description});
 }
 
-Result<void> AssetVersionTable::Insert(AssetVersionEntry entry) {
-    const AssetVersionKey key = entry.key;
-    const Id version = entry.description->GetIdAndVersion().second;
-    TRY(NoteVersion(version, key));
-    return _entries.Insert(FindPlace(key), std::move(entry));
-}
-
-Result<void> AssetVersionTable::Remove(const AssetVersionKey& key) {
-    const Int place = FindPlace(key);
-    if (place == _entries.GetCount() || _entries[place].key != key) return OK;
-    const AssetDescription removed = _entries[place].description;
-    _entries.Erase(place);
-    if (!removed) return OK;
-    const Id& version = removed->GetIdAndVersion().second;
-    _byVersion.Erase(version);
-    for (const AssetVersionEntry& entry : _entries) {
-        if (entry.description && entry.description->GetIdAndVersion().second == version) TRY(NoteVersion(version, entry.key));
-    }
-    return OK;
+void AssetVersionTable::Remove(Entries& entries, const AssetVersionKey& key) {
+    const auto place = FindPlace(entries, key);
+    if (place != entries.end() && place->key == key) entries.Erase(Int(place - entries.begin()));
 }
 
 AssetTable::~AssetTable() {
-    for (auto& chunk : _chunks) delete[] chunk.load(std::memory_order_relaxed);
+    for (Int number = 0; number < GetRecordCount(); ++number) std::destroy_at(&GetRecord(number));
+    for (auto& chunk : _chunks) ::operator delete(chunk.load(std::memory_order_relaxed));
 }
 
 // Chunk k begins at FIRST_CHUNK * (2^k - 1).
@@ -93,36 +79,44 @@ AssetIdData& AssetTable::GetRecord(Int number) const {
 }
 
 AssetIdData* AssetTable::Find(const Id& id) const {
-    auto ids = _ids.Read();
-    AssetIdData* const* record = ids->Find(id);
-    return record ? *record : nullptr;
+    const UInt hash = GetTableHash(id.GetView());
+    auto index = GetShard(hash).index.Read();
+    const auto found = index->find(Key{id, hash});
+    return found == index->end() ? nullptr : *found;
 }
 
 Result<AssetIdData*> AssetTable::Ensure(const Id& id, const Id& type) {
-    if (AssetIdData* found = Find(id)) return found;
+    const UInt hash = GetTableHash(id.GetView());
     return CatchOutOfMemory([&]() -> Result<AssetIdData*> {
-        auto ids = _ids.Write();
-        if (AssetIdData** found = ids->Find(id)) return *found;
-        const Int number = _count.load(std::memory_order_relaxed);
-        const Int chunk = GetChunk(number);
-        auto& slot = _chunks[std::size_t(chunk)];
-        if (!slot.load(std::memory_order_relaxed)) {
-            slot.store(new AssetIdData[std::size_t(FIRST_CHUNK << chunk)], std::memory_order_release);
-        }
-        AssetIdData& record = GetRecord(number);
-        record.id = id;
-        record.type = type;
-        TRY(ids->Insert(id, &record));
-        _count.store(number + 1, std::memory_order_release);
+        auto index = GetShard(hash).index.Write();
+        if (const auto found = index->find(Key{id, hash}); found != index->end()) return *found;
+        AssetIdData& record = MakeRecord(id, type, hash);
+        index->insert(&record);
+        record.erased.store(false, std::memory_order_release);
         return &record;
     });
 }
 
+/// A record that counts as erased: if it can't be entered after all, walks pass it over.
+AssetIdData& AssetTable::MakeRecord(const Id& id, const Id& type, UInt hash) {
+    const ScopedLock lock(_chunkLock);
+    const Int number = _count.load(std::memory_order_relaxed);
+    const Int chunk = GetChunk(number);
+    auto& slot = _chunks[std::size_t(chunk)];
+    if (!slot.load(std::memory_order_relaxed)) {
+        void* memory = ::operator new(std::size_t(FIRST_CHUNK << chunk) * sizeof(AssetIdData));
+        slot.store(static_cast<AssetIdData*>(memory), std::memory_order_release);
+    }
+    AssetIdData* record = new (&GetRecord(number)) AssetIdData(id, type, hash);
+    _count.store(number + 1, std::memory_order_release);
+    return *record;
+}
+
 void AssetTable::Erase(AssetIdData& record) {
     record.erased.store(true, std::memory_order_release);
-    auto ids = _ids.Write();
-    AssetIdData* const* found = ids->Find(record.id);
-    if (found && *found == &record) ids->Erase(record.id);
+    auto index = GetShard(record.hash).index.Write();
+    const auto found = index->find(Key{record.id, record.hash});
+    if (found != index->end() && *found == &record) index->erase(found);
 }
 
 }  // namespace talvo

@@ -159,9 +159,9 @@ Result<void> RepositoryEngine::Update(const AssetUpdateRecord& update) {
                    "d.GetRepository() == self && aid.second == g_newVersion");
     AssetIdData* record = _table.Find(aid.first);
     if (!record) return IllegalStateError::Create(FormatMessage("No asset to update for asset id @.", aid.first));
-    const AssetVersionTableRef table = TRY(EnsureVersions(*record));
-    if (!table->GetLast()) return IllegalStateError::Create(FormatMessage("No asset to update for asset id @.", aid.first));
-    const AssetDescription latest = table->GetLast()->description;
+    const AssetVersionTable table = TRY(EnsureVersions(*record));
+    if (!table.GetLast()) return IllegalStateError::Create(FormatMessage("No asset to update for asset id @.", aid.first));
+    const AssetDescription latest = table.GetLast()->description;
     const Asset loaded = TRY(latest->Load(false));
     if (!Cast<UpdatableAssetInterface>(StrongRef<AssetInterface>(loaded))) return OK;
 

@@ -2,6 +2,7 @@
 #include "baseassetrepository.h"
 
 #include "asset_impl/repository_engine.h"
+#include "asset_impl/repository_graph.h"
 #include "asset_types/description_store.h"
 #include "kernel/thread/job.h"
 
@@ -21,12 +22,6 @@ Result<Id> GetRenamed(const Id& aid) {
     return aid;
 }
 
-Bool IsSkippedInSearch(const AssetRepositoryInterface& repository) {
-    const Data attribute = repository.GetAttribute(REPOSITORY_SKIPINSEARCH);
-    const Bool* value = attribute.GetPtr<Bool>();
-    return value && *value;
-}
-
 }  // namespace
 
 Result<Bool> FindAssets(const AssetRepositoryRef& repository, Block<const Id> types, const Id& aid, const Id& version,
@@ -44,12 +39,14 @@ Result<Bool> RepositoryBase::FindAssets(Block<const Id> types, const Id& aid, co
         VisitedRepositories visited;
         LatestAssets latest;
         TRY(visited.Insert(this));
-        const Bool goOn = TRY(PrivateFindAssets(types, aid, version, findMode, receiver, visited, latest));
+        // A repository that stands alone delivers straight what it finds.
+        const ASSET_FIND_MODE mode = _graph->HasBases() ? findMode : findMode | ASSET_FIND_MODE::WITHOUT_BASES;
+        const Bool goOn = TRY(PrivateFindAssets(types, aid, version, mode, receiver, visited, latest));
         if (!goOn) return false;
-        for (const auto& entry : latest) {
+        for (const LatestAssets::Candidate& candidate : latest.GetCandidates()) {
             if (HasFlag(findMode, ASSET_FIND_MODE::CANCELLABLE) && Job::IsCurrentCancelled())
                 return OperationCancelledError::Create();
-            const Bool more = TRY(receiver(AssetFindItem(entry.second)));
+            const Bool more = TRY(receiver(AssetFindItem(candidate.entry->description)));
             if (!more) return false;
         }
         return true;
@@ -87,7 +84,7 @@ Result<Bool> BaseAssetRepository::PrivateFindAssets(Block<const Id> types, const
                                                     VisitedRepositories& visited, LatestAssets& latestMap) {
     const Id renamed = TRY(GetRenamed(aid));
     const RepositoryEngine::Walk walk{types, renamed, version, findMode, assets, visited, latestMap};
-    Bool lookHere = !IsSkippedInSearch(*this);
+    Bool lookHere = !RepositoryGraph::Of(*this).isSkippedInSearch.load(std::memory_order_acquire);
     if (lookHere && walk.Has(ASSET_FIND_MODE::ASK_REPOSITORY)) lookHere = TRY(assets(AssetFindItem(GetSelf())));
     if (lookHere) {
         const Bool goOn = TRY(_engine->FindOwn(walk));
@@ -208,6 +205,8 @@ Result<void> BaseAssetRepository::AssetLoadedImpl(const Asset& asset, Bool updat
 Result<void> BaseAssetRepository::PublishVersionImpl(AssetStoreResult&) { return OK; }
 
 void BaseAssetRepository::DiscardVersionImpl(const AssetStoreResult&) {}
+
+Result<Url> BaseAssetRepository::GetUrlImpl(const Data&) { return Url(); }
 
 Result<void> RepositoryEngine::Init(const Id& rid, Bool tempRepository) {
     TRY(CheckIdText(rid, "repository id"));

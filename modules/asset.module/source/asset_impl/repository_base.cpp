@@ -102,6 +102,8 @@ Result<void> RepositoryBase::SetAttribute(const Id& key, const Data& value) {
     return CatchOutOfMemory([&]() -> Result<void> {
         auto attributes = _graph->attributes.Write();
         attributes->Set(Data(Id(key)), value);
+        const Bool* skipped = value.GetPtr<Bool>();
+        if (key == REPOSITORY_SKIPINSEARCH) _graph->isSkippedInSearch.store(skipped && *skipped, std::memory_order_release);
         return OK;
     });
 }

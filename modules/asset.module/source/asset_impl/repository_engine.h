@@ -59,7 +59,7 @@ public:
     Result<AssetDescription> GetDescription(const AssetBase& asset);
     AssetVersionKey GetVersionKey(const AssetBase& asset);
     /// The versions of a record, loaded from the backend at first need.
-    Result<AssetVersionTableRef> EnsureVersions(AssetIdData& record);
+    Result<AssetVersionTable> EnsureVersions(AssetIdData& record);
 
     // Changes
     Result<AssetDescription> Store(const StoreRequest& request);
@@ -85,7 +85,8 @@ private:
     struct NewVersion;
 
     Result<Bool> FindInRecord(const Walk& walk, AssetIdData& record);
-    Result<Bool> DeliverEntry(const Walk& walk, const Id& aid, const AssetVersionEntry& entry);
+    Result<Bool> DeliverEntry(const Walk& walk, const AssetIdData& record, const AssetVersionTable& table,
+                              const AssetVersionEntry& entry);
     Result<Bool> WalkRecords(const Walk& walk);
 
     Result<void> CheckStore(const StoreRequest& request) const;
@@ -102,7 +103,7 @@ private:
     Result<void> RegisterStored(AssetIdData& record, const StoreRequest& request, const AssetDescription& description);
     Result<AssetDescription> MakeDescription(const AssetIdData& record, const StoreRequest& request, NewVersion& version);
 
-    Result<AssetVersionEntry> TakeEntry(AssetIdData& record, const AssetDescription& asset);
+    Result<AssetDescription> TakeVersion(AssetIdData& record, const AssetDescription& asset);
     Result<void> EraseRecordIfEmpty(AssetIdData& record);
     static Bool IsNewest(AssetIdData& record, const IdAndVersion& identity);
 

@@ -25,6 +25,10 @@ public:
     Result<Bool> Unlink(const RepositoryBase& self, const AssetRepositoryRef& base);
     /// Errors: IllegalStateError if there is an edge in either direction.
     Result<void> CheckNoEdges() const;
+    Bool HasBases() const {
+        const auto own = bases.Read();
+        return !own->IsEmpty();
+    }
     /// At the end of the repository: takes it out of what its bases know, by identity.
     void LeaveBases(const RepositoryBase& self);
 
@@ -41,6 +45,7 @@ public:
     MakeOnceMap<Data> cachedData;
     MakeOnceMap<DerivedAssetRepositoryDataRef> derivedData;
     Guarded<DataDictionary, ARWLock> attributes{ID_TABLE_LOCK};
+    std::atomic<Bool> isSkippedInSearch{false};  // what the attribute says, for lookups; written under the lock of the attributes
 
     std::atomic<Observables::ObserverBaseChanged*> observableBaseChanged{nullptr};
     std::atomic<Observables::ObserverAsset*> observableAssetStored{nullptr};

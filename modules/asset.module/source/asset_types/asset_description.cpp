@@ -51,7 +51,11 @@ AssetDescription AssetDescriptionImpl::GetSelf() const {
     return AssetDescription(StrongRef<AssetDescriptionInterface>(const_cast<AssetDescriptionImpl*>(this)));
 }
 
-Url AssetDescriptionImpl::GetStoredUrl() const { return _urlState.load(std::memory_order_acquire) == KNOWN ? _url : Url(); }
+Result<Url> AssetDescriptionImpl::GetStoredUrl(const AssetRepositoryRef& repository) const {
+    if (_urlState.load(std::memory_order_acquire) == KNOWN) return Url(_url);
+    const auto backend = Cast<BaseAssetRepositoryInterface>(repository);
+    return backend && _vdata.IsPopulated() ? backend->GetUrlImpl(_vdata) : Result<Url>(Url());
+}
 
 Result<const Url&> AssetDescriptionImpl::GetUrl() const {
     for (;;) {
@@ -74,6 +78,8 @@ Result<const Url&> AssetDescriptionImpl::GetUrl() const {
 Result<Url> AssetDescriptionImpl::FindUrl() const {
     const AssetRepositoryRef repository = _repository.Promote();
     if (!repository) return MakeRepositoryGoneError(_identity);
+    Url own = TRY(GetStoredUrl(repository));
+    if (own.IsPopulated()) return own;
     const Id version = _identity.second == g_newVersion ? Id() : _identity.second;
     AssetDescription other;
     TRY(FindAssets(repository, Block<const Id>(&_type, 1), _identity.first, version, NEWEST_HERE,
@@ -84,7 +90,7 @@ Result<Url> AssetDescriptionImpl::FindUrl() const {
                    }));
     if (!other) return Url();
     // The url that is stored there, not the one that it would look up: two descriptions must not wait for each other.
-    if (const AssetDescriptionImpl* impl = Find(other)) return impl->GetStoredUrl();
+    if (const AssetDescriptionImpl* impl = Find(other)) return impl->GetStoredUrl(repository);
     const Url& url = TRY_REF(other->GetUrl());
     return url;
 }

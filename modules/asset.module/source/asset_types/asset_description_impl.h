@@ -35,8 +35,11 @@ public:
     Result<void> StoreMetaString(const InternedId& key, const String& value, LanguageRef language) const override;
 
     const AssetVersionKey& GetVersionKey() const { return _key; }
-    /// The url if it is known by now, else the empty one; waits for nothing.
-    Url GetStoredUrl() const;
+    /// The backend's data of the version. Set once by the engine, before anybody else has the description.
+    const Data& GetVersionData() const { return _vdata; }
+    void SetVersionData(const Data& vdata) const { _vdata = vdata; }
+    /// The url if it is known by now or the backend tells it, else the empty one; waits for nothing.
+    Result<Url> GetStoredUrl(const AssetRepositoryRef& repository) const;
     /// How often the loaded form was updated in memory; 0 if nothing was loaded with links.
     Int GetLoadedUpdate() const;
 
@@ -74,6 +77,7 @@ private:
     const WeakRef<AssetRepositoryInterface> _repository;
     mutable std::atomic<UInt32> _urlState;
     const Bool _deleted;
+    mutable Data _vdata;
     mutable Url _url;  // written by the thread that moved _urlState to BEING_FOUND, constant once it is KNOWN
     mutable std::atomic<LoadCaches*> _caches{nullptr};
 };

@@ -6,6 +6,7 @@
 #include "kernel/thread/locks.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 #include <vector>
 
@@ -15,6 +16,10 @@ namespace {
 
 constexpr LiteralId STRINGS{"string"};
 constexpr LiteralId EXPORTED_STRING{"exportedstring"};
+
+/// Held for ever, so that the texts of all assets share these ids.
+[[maybe_unused]] const auto& g_wellKnownIds =
+    *new std::array<InternedId, 3>{InternedId(STRINGS), InternedId(EXPORTED_STRING), InternedId(OBJECT_BASE_NAME)};
 
 /// The language and those that it falls back to; null stands for the current one.
 std::vector<LanguageRef> GetLanguageChain(LanguageRef language) {

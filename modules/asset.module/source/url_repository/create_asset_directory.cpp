@@ -81,7 +81,7 @@ Result<Data> UrlAssetRepositoryImpl::CreateDataForIdImpl(const Id& aid, const Id
         return placed.GetError();
     }
     NoteChange();
-    return Data(UrlAssetData{std::move(placed).GetValue()});
+    return MakeAssetData(aid, placed.GetValue().GetName());
 }
 
 }  // namespace talvo

@@ -50,7 +50,7 @@ Result<Bool> IsInUse(const Url& assetDirectory) {
 
 Result<void> UrlAssetRepositoryImpl::EraseImpl(const AssetDescription&, const Data& vdata) {
     CHECK_STATE(IsWritable(), "_writable");
-    const Url directory = TRY(GetVersionUrl(vdata));
+    const Url directory = TRY(GetVersionUrl(GetRoot(), vdata));
     const Opt<VersionDirectoryName> meaning = ParseVersionDirectoryName(directory.GetName());
     if (!meaning) return IllegalStateError::Create(FormatMessage("@ is not erased, since it is no version.", directory));
     const Url assetDirectory = directory.GetDirectory();
@@ -71,17 +71,18 @@ Result<void> UrlAssetRepositoryImpl::EraseImpl(const AssetDescription&, const Da
 Result<Bool> UrlAssetRepositoryImpl::HandleAssetErasedCompletely(const Id& aid, const Data& adata) {
     CHECK_STATE(IsWritable(), "_writable");
     const UrlAssetData asset = TRY(adata.Get<UrlAssetData>());
-    Result<Opt<Url>> hidden = HideAsset(asset.url);
+    const Url directory = GetRoot() + asset.directory.GetView();
+    Result<Opt<Url>> hidden = HideAsset(directory);
     if (hidden.IsError()) {
         Log(LOG_LEVEL::WARNING, "Asset @ stays known, without versions: @", aid, hidden.GetError()->GetMessage());
         return false;
     }
-    if (!hidden.GetValue()) return asset.url.IoDetect() == IO_DETECT::NOT_THERE;
+    if (!hidden.GetValue()) return directory.IoDetect() == IO_DETECT::NOT_THERE;
     NoteChange();
     DeleteHidden(GetRoot(), *hidden.GetValue());
     // Only empty ones: in a tree that repositories share another one may have values of an asset with this id.
     for (const Url& tree : GetSideTrees()) {
-        const Url side = tree + asset.url.GetName();
+        const Url side = tree + asset.directory.GetView();
         const Result<BaseArray<IoEntry>> left = BrowseTreeIfThere(side);
         if (left.IsOk() && left.GetValue().IsEmpty()) DeleteHidden(tree, side);
     }

@@ -37,12 +37,12 @@ Result<void> UrlAssetRepositoryImpl::LoadExistingIdsImpl(AssetIdReceiver receive
             _hasIndex.store(true, std::memory_order_release);
             continue;
         }
-        Url directory = GetRoot() + entry.name;
+        const Url directory = GetRoot() + entry.name;
         // A directory that names no asset is none of ours, or damaged: the others stand.
         const Opt<AssetInfo> info = ReadAssetInfo(directory);
         if (!info) continue;
         Data* adata = TRY(receiver(info->id, types.Get(info->type)));
-        if (!adata->GetPtr<UrlAssetData>()) *adata = Data(UrlAssetData{std::move(directory)});
+        if (!adata->GetPtr<UrlAssetData>()) *adata = TRY(MakeAssetData(info->id, entry.name));
     }
     return OK;
 }

@@ -32,15 +32,16 @@ struct UrlAssetRepositoryImpl::LoadedVersion {
 Result<void> UrlAssetRepositoryImpl::LoadVersionsImpl(const Id& aid, const Id& type, const Data& adata,
                                                       AssetVersionReceiver receiver) {
     const UrlAssetData asset = TRY(adata.Get<UrlAssetData>());
-    const std::vector<VersionDirectory> versions = TRY(ScanAssetDirectory(asset.url));
+    const Url directory = GetRoot() + asset.directory.GetView();
+    const std::vector<VersionDirectory> versions = TRY(ScanAssetDirectory(directory));
     Opt<UInt> last;
     for (const VersionDirectory& version : versions) {
         if (last == version.meaning.number) continue;
-        const Opt<LoadedVersion> loaded = TRY(LoadVersion(aid, asset.url, version));
+        const Opt<LoadedVersion> loaded = TRY(LoadVersion(aid, directory, version));
         if (!loaded) continue;
         last = version.meaning.number;
         _counter.Raise(*last);
-        const Bool goOn = TRY(DeliverVersion(aid, type, *loaded, receiver));
+        const Bool goOn = TRY(DeliverVersion(asset, aid, type, *loaded, receiver));
         if (!goOn) return OK;
     }
     return OK;
@@ -140,16 +141,16 @@ Result<void> UrlAssetRepositoryImpl::LoadTime(LoadedVersion& loaded) {
     return OK;
 }
 
-Result<Bool> UrlAssetRepositoryImpl::DeliverVersion(const Id& aid, const Id& type, const LoadedVersion& loaded,
-                                                    AssetVersionReceiver receiver) {
-    Data vdata = MakeVersionData(loaded.directory);
+// The url is left to be found at need: few versions are ever opened.
+Result<Bool> UrlAssetRepositoryImpl::DeliverVersion(const UrlAssetData& asset, const Id& aid, const Id& type,
+                                                    const LoadedVersion& loaded, AssetVersionReceiver receiver) {
+    Data vdata = TRY(MakeVersionData(asset.directory, loaded.directory.GetName(), loaded.payload.GetName()));
     AssetDescription::Parts parts;
     parts.type = type;
     parts.identity = {aid, loaded.versionId};
     parts.key = loaded.key;
     parts.metaData = TRY(AssetMetaData::Create(GetSelf(), type, parts.identity, vdata, loaded.metaData));
     parts.deleted = loaded.deleted;
-    parts.url = loaded.payload;
     const AssetDescription description = TRY(AssetDescription::Create(GetSelf(), std::move(parts)));
     return receiver(loaded.key, description, vdata);
 }

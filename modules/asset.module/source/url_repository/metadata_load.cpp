@@ -25,8 +25,15 @@ Opt<Url> UrlAssetRepositoryImpl::FindMetaDataDirectory(const Url& versionDirecto
     return tree == _places.root ? versionDirectory : GetSideDirectory(tree, versionDirectory);
 }
 
+Result<Url> UrlAssetRepositoryImpl::GetUrlImpl(const Data& vdata) {
+    const UrlVersionData* names = vdata.GetPtr<UrlVersionData>();
+    if (!names || names->payload.IsEmpty()) return Url();
+    const Url directory = TRY(GetVersionUrl(GetRoot(), vdata));
+    return directory + names->payload.GetView();
+}
+
 Result<Data> UrlAssetRepositoryImpl::LoadMetaDataImpl(const Data& vdata, const InternedId& metaId, ASSET_METADATA_KIND kind) {
-    const Url versionDirectory = TRY(GetVersionUrl(vdata));
+    const Url versionDirectory = TRY(GetVersionUrl(GetRoot(), vdata));
     const Opt<Url> directory = FindMetaDataDirectory(versionDirectory, kind);
     return directory ? ReadMetaDataDocument(*directory, metaId, kind) : Result<Data>(Data());
 }

@@ -74,7 +74,7 @@ Result<Data> UrlAssetRepositoryImpl::StoreMetaDataImpl(const Data& vdata, const 
                           metaId, UInt32(kind)));
     }
     TRY(CheckMetaDataWrite(metaId, kind));
-    const Url versionDirectory = TRY(GetVersionUrl(vdata));
+    const Url versionDirectory = TRY(GetVersionUrl(GetRoot(), vdata));
     const Url directory = TRY(GetMetaDataDirectory(versionDirectory, kind));
     const Bool staged = FindStaged(versionDirectory).has_value();
     if (IsCarriedToNextVersion(kind) && !staged) TRY(DropDerivedValues(versionDirectory));

@@ -43,10 +43,12 @@ struct UrlAssetRepositoryImpl::SideTreeMove {
 };
 
 Result<void> UrlAssetRepositoryImpl::PublishVersionImpl(AssetStoreResult& stored) {
-    const Url directory = TRY(GetVersionUrl(stored.vdata));
+    const Url directory = TRY(GetVersionUrl(GetRoot(), stored.vdata));
     const Opt<StagedVersion> staged = FindStaged(directory);
     if (!staged) return OK;
     const Url hidden = GetPlainUrl(directory);
+    const Id assetDirectory = TRY(Id::Create(hidden.GetDirectory().GetName()));
+    Data vdata = TRY(MakeVersionData(assetDirectory, staged->finalDirectory.GetName(), stored.url.GetName()));
     TRY(SyncTree(hidden));
     RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_lock));
     std::vector<SideTreeMove> moves;
@@ -64,7 +66,7 @@ Result<void> UrlAssetRepositoryImpl::PublishVersionImpl(AssetStoreResult& stored
     lock.Unlock();
     NoteChange();
     if (stored.url.IsPopulated()) stored.url = staged->finalDirectory + stored.url.GetName();
-    stored.vdata = MakeVersionData(staged->finalDirectory);
+    stored.vdata = std::move(vdata);
     // What was replaced lies under hidden names now.
     if (staged->purpose == StagedVersion::PURPOSE::OVERWRITE) DeleteHidden(GetRoot(), hidden);
     for (const SideTreeMove& move : moves) {
@@ -116,7 +118,7 @@ void UrlAssetRepositoryImpl::TakeBack(const std::vector<SideTreeMove>& moves) {
 }
 
 void UrlAssetRepositoryImpl::DiscardVersionImpl(const AssetStoreResult& stored) {
-    const Result<Url> directory = GetVersionUrl(stored.vdata);
+    const Result<Url> directory = GetVersionUrl(GetRoot(), stored.vdata);
     if (directory.IsError() || !FindStaged(directory.GetValue())) return;
     const Url hidden = GetPlainUrl(directory.GetValue());
     for (const Url& tree : GetSideTrees()) DeleteHidden(tree, GetSideDirectory(tree, hidden));

@@ -77,12 +77,13 @@ Result<AssetStoreResult> UrlAssetRepositoryImpl::StoreImpl(const Asset& asset, B
     CHECK_ARGUMENT(!addEncryption || source, "!addEncryption || source");
     CHECK_ARGUMENT(deleteAsset || asset || source, "deleteAsset || asset || source");
     const UrlAssetData data = TRY(adata.Get<UrlAssetData>());
+    const Url assetDirectory = GetRoot() + data.directory.GetView();
     const Bool overwrites = overwrittenHash.IsPopulated() && !deleteAsset;
     Opt<Staging> staging;
     if (overwrites) {
-        staging = TRY(StageOverwrite(data.url, version.counter));
+        staging = TRY(StageOverwrite(assetDirectory, version.counter));
     } else {
-        staging = TRY(ReserveNewVersion(data.url, version.counter, deleteAsset));
+        staging = TRY(ReserveNewVersion(assetDirectory, version.counter, deleteAsset));
     }
     if (!staging) {
         AssetStoreResult taken;

@@ -58,6 +58,7 @@ public:
                                        Bool addEncryption) override;
     Result<void> PublishVersionImpl(AssetStoreResult& stored) override;
     void DiscardVersionImpl(const AssetStoreResult& stored) override;
+    Result<Url> GetUrlImpl(const Data& vdata) override;
     Result<void> EraseImpl(const AssetDescription& asset, const Data& vdata) override;
     Result<Bool> HandleAssetErasedCompletely(const Id& aid, const Data& adata) override;
     Result<Data> LoadMetaDataImpl(const Data& vdata, const InternedId& metaId, ASSET_METADATA_KIND kind) override;
@@ -76,7 +77,8 @@ private:
     Result<void> AddMetaData(const Id& aid, const Url& directory, const VersionContent& content, KIND tree,
                              LoadedVersion& loaded);
     Result<void> LoadTime(LoadedVersion& loaded);
-    Result<Bool> DeliverVersion(const Id& aid, const Id& type, const LoadedVersion& loaded, AssetVersionReceiver receiver);
+    Result<Bool> DeliverVersion(const UrlAssetData& asset, const Id& aid, const Id& type, const LoadedVersion& loaded,
+                                AssetVersionReceiver receiver);
 
     // Storing
     struct Staging;

@@ -8,14 +8,31 @@ constexpr LiteralId STAGED_KEY{"net.talvo.url.stagedversion"};
 
 }  // namespace
 
-Data MakeVersionData(const Url& directory) { return Data(directory); }
+Result<Data> MakeAssetData(const Id& aid, std::string_view directory) {
+    if (aid.GetView() == directory) return Data(UrlAssetData{aid});
+    Id name = TRY(Id::Create(directory));
+    return Data(UrlAssetData{std::move(name)});
+}
+
+Result<Data> MakeVersionData(const Id& assetDirectory, std::string_view directory, std::string_view payload) {
+    const Id directoryId = TRY(Id::Create(directory));
+    const Id payloadId = TRY(Id::Create(payload));
+    return Data(UrlVersionData{assetDirectory, InternedId(directoryId), InternedId(payloadId)});
+}
 
 Data MakeStagedVersionData(Url directory, StagedVersion staged) {
     directory.SetData(STAGED_KEY, Data(std::move(staged)));
     return Data(std::move(directory));
 }
 
-Result<Url> GetVersionUrl(const Data& vdata) { return vdata.Get<Url>(); }
+Result<Url> GetVersionUrl(const Url& root, const Data& vdata) {
+    const UrlVersionData* names = vdata.GetPtr<UrlVersionData>();
+    if (!names) return vdata.Get<Url>();
+    std::string path(names->assetDirectory.GetView());
+    path += '/';
+    path += names->directory.GetView();
+    return root + path;
+}
 
 Opt<StagedVersion> FindStaged(const Url& versionDirectory) { return versionDirectory.GetData<StagedVersion>(STAGED_KEY); }
 

@@ -1,5 +1,5 @@
-// What the engine keeps for this backend: of an asset its directory, of a version its directory and, until it is published, where
-// that will be.
+// What the engine keeps for this backend: of an asset the name of its directory, of a version its names, and until it is published,
+// where it is written and where it will be. There are many of them, so they hold no urls: those are put together from the names.
 #pragma once
 
 #include "kernel/io/url.h"
@@ -8,7 +8,7 @@ namespace talvo {
 
 /// `adata` of an asset.
 struct UrlAssetData {
-    Url url;  ///< the asset's directory
+    Id directory;  ///< its name below the root; often the asset id, and then that very text
 
     Bool operator==(const UrlAssetData&) const = default;
 };
@@ -17,6 +17,24 @@ struct UrlAssetData {
 template <>
 struct DataTraits<UrlAssetData> {
     static constexpr LiteralId ID{"net.talvo.asset.urlassetdata"};
+};
+
+/// `adata` of the asset `aid` in the directory of this name. Errors: IllegalArgumentError for a name that is no id.
+Result<Data> MakeAssetData(const Id& aid, std::string_view directory);
+
+/// `vdata` of a version. What many versions have in common stands once in memory.
+struct UrlVersionData {
+    Id assetDirectory;
+    InternedId directory;
+    InternedId payload;  ///< its name in there; empty for a deletion mark
+
+    Bool operator==(const UrlVersionData&) const = default;
+};
+
+/// Never stored.
+template <>
+struct DataTraits<UrlVersionData> {
+    static constexpr LiteralId ID{"net.talvo.datatype.local.asset.urlversiondata"};
 };
 
 /// Side data of the `vdata` of a version that nobody can see yet.
@@ -35,12 +53,12 @@ struct DataTraits<StagedVersion> {
     static constexpr LiteralId ID{"net.talvo.datatype.local.asset.stagedversion"};
 };
 
-/// `vdata` of a version: its directory.
-Data MakeVersionData(const Url& directory);
+/// `vdata` of a version that is published. Errors: IllegalArgumentError for a name that is no id.
+Result<Data> MakeVersionData(const Id& assetDirectory, std::string_view directory, std::string_view payload);
 /// `vdata` of one in a hidden directory.
 Data MakeStagedVersionData(Url directory, StagedVersion staged);
-/// The directory of a version. Errors: IllegalArgumentError if `vdata` is no url.
-Result<Url> GetVersionUrl(const Data& vdata);
+/// The directory of a version below `root`. Errors: IllegalArgumentError if `vdata` is none of this backend's.
+Result<Url> GetVersionUrl(const Url& root, const Data& vdata);
 /// Nothing once the version is published.
 Opt<StagedVersion> FindStaged(const Url& versionDirectory);
 /// Where the version will be seen: `versionDirectory` itself once it is published.
