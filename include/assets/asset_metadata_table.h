@@ -38,8 +38,11 @@ class AssetMetaDataTable {
 public:
     using Item = std::pair<InternedId, AssetMetaDataEntry>;
 
+    /// How many values there are, those not yet loaded too.
     Int GetCount() const { return Int(_items.size()); }
+    /// Whether there is none.
     Bool IsEmpty() const { return _items.empty(); }
+    /// Whether there is an entry of `id`.
     Bool Contains(const InternedId& id) const { return Find(id) != nullptr; }
     /// Null if there is none.
     AssetMetaDataEntry* Find(const InternedId& id) { return const_cast<AssetMetaDataEntry*>(std::as_const(*this).Find(id)); }
@@ -67,17 +70,23 @@ public:
         *target = std::move(entry);
         return OK;
     }
+    /// @return whether there was one.
     Bool Erase(const InternedId& id) {
         return EraseIf([&](const Item& item) { return item.first == id; }) != 0;
     }
+    /// Removes each item for which `Bool(const Item&)` holds. @return how many.
     template <typename PREDICATE>
     std::size_t EraseIf(PREDICATE&& predicate) {
         return std::erase_if(_items, std::forward<PREDICATE>(predicate));
     }
 
+    /// Items in the order of their ids.
     auto begin() { return _items.begin(); }
+    /// Behind the last item.
     auto end() { return _items.end(); }
+    /// The same for readers.
     auto begin() const { return _items.begin(); }
+    /// The same for readers.
     auto end() const { return _items.end(); }
 
 private:

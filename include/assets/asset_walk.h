@@ -17,6 +17,7 @@ class AssetRepositoryInterface;
 /// Threads: as a plain value.
 class VisitedRepositories {
 public:
+    /// Whether the walk has been there.
     Bool Contains(const AssetRepositoryInterface* repository) const {
         return std::find(_first.begin(), _first.begin() + _count, repository) != _first.begin() + _count ||
                _others.Contains(repository);
@@ -51,8 +52,9 @@ using AssetVersionBlock = Array<AssetVersionEntry>;
 /// Threads: as a plain value.
 class LatestAssets {
 public:
+    /// The newest version of one asset so far.
     struct Candidate {
-        UInt hash;
+        UInt hash;  ///< of the asset id
         const AssetVersionEntry* entry;  ///< in `block`
         AssetVersionBlock block;
     };
