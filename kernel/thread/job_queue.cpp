@@ -276,7 +276,7 @@ void JobQueue::CancelAndWait() {
 Int JobQueue::GetThreadCount() const { return _state->threadCount; }
 
 Int JobQueue::RunPending() {
-    CheckNoLockHeld(LOCK_USE::CALLBACK, "_running jobs");
+    CheckNoLockHeld(LOCK_USE::CALLBACK, "running jobs");
     return _state->RunPending();
 }
 

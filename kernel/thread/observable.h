@@ -67,9 +67,10 @@ public:
 
     /// Calls each observer. An error of one keeps no other from being called, and is dropped: it concerns the observer only.
     void Notify(ARGS... args) const {
+        // Though nobody may listen now: who holds a lock here would hold it when somebody does.
+        CheckNoLockHeld(LOCK_USE::CALLBACK, "a notification of observers");
         const Snapshot list = GetSnapshot();
         if (!list) return;
-        CheckNoLockHeld(LOCK_USE::CALLBACK, "a notification of observers");
         for (const auto& entry : list->entries) {
             if (!entry->connected.load(std::memory_order_acquire)) continue;
             CatchOutOfMemory([&]() -> Result<void> { return entry->observer(args...); }).Ignore("an observer's own affair");

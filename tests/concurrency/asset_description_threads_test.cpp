@@ -2,9 +2,9 @@
 #include "assets/asset_type.h"
 #include "memoryassetrepository.h"
 #include "support/asset_test_support.h"
+#include "support/stress_threads.h"
 
 #include <atomic>
-#include <thread>
 #include <vector>
 
 namespace talvo {
@@ -13,20 +13,6 @@ namespace {
 
 constexpr Int THREADS = 8;
 constexpr Int ROUNDS = 50;
-
-/// Runs `work(number)` on all threads at once and waits for them.
-void RunTogether(FunctionRef<void(Int number)> work) {
-    std::atomic<Int> ready{0};
-    std::vector<std::thread> threads;
-    for (Int number = 0; number < THREADS; ++number) {
-        threads.emplace_back([&, number] {
-            ++ready;
-            while (ready < THREADS) std::this_thread::yield();
-            work(number);
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-}
 
 /// A description of the stored note that knows no url yet and has loaded nothing.
 AssetDescription MakeBare(const AssetRepositoryRef& repository, const AssetDescription& stored) {
@@ -47,7 +33,7 @@ TEST(AssetDescriptionThreads, allGetOneUrlAndOneAsset) {
         const AssetDescription bare = MakeBare(repository, stored);
         std::vector<Asset> loaded(THREADS);
         std::atomic<Int> wrongUrls{0};
-        RunTogether([&](Int number) {
+        RunStress(THREADS, [&](Int number) {
             const Result<const Url&> found = bare->GetUrl();
             if (found.IsError() || found.GetValue() != url) ++wrongUrls;
             loaded[std::size_t(number)] = bare->Load(number % 2 == 0).GetValueOr(Asset());
@@ -68,7 +54,7 @@ TEST(AssetDescriptionThreads, theRepositoryMayGoWhileTheUrlIsLookedUp) {
         const AssetDescription bare = MakeBare(repository, stored);
         stored = nullptr;
         std::atomic<Int> wrong{0};
-        RunTogether([&](Int number) {
+        RunStress(THREADS, [&](Int number) {
             if (number == 0) {
                 repository = nullptr;
                 return;

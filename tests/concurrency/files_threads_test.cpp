@@ -6,26 +6,18 @@
 #include "kernel/io/memory_volume.h"
 #include "support/result_matchers.h"
 #include "support/scratch_directory.h"
+#include "support/stress_threads.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <string>
-#include <thread>
-#include <vector>
 
 namespace talvo {
 namespace {
 
 constexpr int THREADS = 4;
 constexpr int ROUNDS = 100;
-
-template <typename WORK>
-void RunThreads(WORK&& work) {
-    std::vector<std::thread> threads;
-    for (int index = 0; index < THREADS; ++index) threads.emplace_back([&work, index] { work(index); });
-    for (std::thread& thread : threads) thread.join();
-}
 
 class FileThreads : public testing::TestWithParam<bool> {
 protected:
@@ -39,8 +31,9 @@ TEST_P(FileThreads, ReadersSeeOneWholeContentWhileOthersReplaceIt) {
     const Url url = GetRoot() + "file";
     const auto make = [](int index) { return std::string(70000, char('a' + index)); };
     EXPECT_TRUE(Succeeds(FileUtilities::WriteFileFromMemory(url, make(0))));
-    RunThreads([&](int index) {
+    RunStress(THREADS, [&](Int index) {
         for (int round = 0; round < ROUNDS; ++round) {
+            NoteStressStep();
             if (index % 2 == 0) {
                 EXPECT_TRUE(Succeeds(FileUtilities::WriteFileFromMemory(url, make(index))));
                 continue;
@@ -55,8 +48,9 @@ TEST_P(FileThreads, ReadersSeeOneWholeContentWhileOthersReplaceIt) {
 
 TEST_P(FileThreads, AFolderIsMadeByOneOnly) {
     std::atomic<int> made{0};
-    RunThreads([&](int) {
+    RunStress(THREADS, [&](Int) {
         for (int round = 0; round < ROUNDS; ++round) {
+            NoteStressStep();
             if ((GetRoot() + std::to_string(round)).IoCreateDirectoryExclusive().GetValueOr(false)) ++made;
             EXPECT_TRUE(Succeeds((GetRoot() + "x/y" + std::to_string(round)).IoCreateDirectory()));
         }
@@ -67,8 +61,9 @@ TEST_P(FileThreads, AFolderIsMadeByOneOnly) {
 TEST_P(FileThreads, WhatIsRenamedOrDeletedUnderneathIsAnErrorAtMost) {
     const Url a = GetRoot() + "a", b = GetRoot() + "b";
     for (const Url& url : {a, b}) EXPECT_TRUE(Succeeds(url.IoCreateDirectory()));
-    RunThreads([&](int index) {
+    RunStress(THREADS, [&](Int index) {
         for (int round = 0; round < ROUNDS; ++round) {
+            NoteStressStep();
             switch (index) {
                 case 0: a.IoRename(b, RENAME_MODE::EXCHANGE).Ignore("the other may be gone"); break;
                 case 1: FileUtilities::WriteFileFromMemory(a + "d" + "f", "x").Ignore("the folder may be gone"); break;
@@ -88,7 +83,7 @@ TEST(SettingsThreads, LoseNoneOfTheirWrites) {
     Application::SetHome(scratch.GetUrl());
     const SettingsRef settings = SettingsInterface::GetSettings(SETTINGS_LEVEL::USER).GetValue();
     const auto makeKey = [](int index, int key) { return Id::Create(FormatMessage("t@.k@", index, key)).GetValue(); };
-    RunThreads([&](int index) {
+    RunStress(THREADS, [&](Int index) {
         for (int key = 0; key < 10; ++key) EXPECT_TRUE(Succeeds(settings->Set(makeKey(index, key), Data(Int(key)))));
     });
     for (int index = 0; index < THREADS; ++index) {

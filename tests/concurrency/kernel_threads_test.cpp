@@ -8,14 +8,12 @@
 #include "kernel/thread/locks.h"
 #include "kernel/thread/observable.h"
 #include "kernel/thread/registry.h"
+#include "support/stress_threads.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <barrier>
 #include <string>
-#include <thread>
-#include <vector>
 
 namespace talvo {
 namespace {
@@ -24,23 +22,13 @@ constexpr int THREADS = 4;
 constexpr int ROUNDS = 2000;
 
 /// Runs `work(thread)` on all threads, which begin together.
-template <typename WORK>
-void RunOnThreads(const WORK& work) {
-    std::barrier start(THREADS);
-    std::vector<std::thread> threads;
-    for (int i = 0; i < THREADS; ++i) {
-        threads.emplace_back([&, i] {
-            start.arrive_and_wait();
-            work(i);
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-}
+void RunOnThreads(FunctionRef<void(Int thread)> work) { RunStress(THREADS, work); }
 
 TEST(KernelThreads, internedIdsLeaveAndReviveUnderRace) {
     const Int before = InternedId::GetTableCount();
-    RunOnThreads([](int) {
+    RunOnThreads([](Int) {
         for (int round = 0; round < ROUNDS; ++round) {
+            NoteStressStep();
             const Id id = MUST(Id::Create("net.talvo.race." + std::to_string(round / 4 % 3)));
             const InternedId first(id);
             const InternedId second = first;
@@ -65,7 +53,7 @@ TEST(KernelThreads, weakReferencesAgainstTheLastRelease) {
     for (int round = 0; round < 300; ++round) {
         auto strong = StrongRef<Probe>::Create(alive);
         const WeakRef<Probe> weak = strong;
-        RunOnThreads([&](int thread) {
+        RunOnThreads([&](Int thread) {
             if (thread == 0) {
                 strong = nullptr;
                 return;
@@ -85,8 +73,9 @@ TEST(KernelThreads, weakReferencesAgainstTheLastRelease) {
 TEST(KernelThreads, idsAndTextsAreShared) {
     const Id id = MUST(Id::Create("net.talvo.shared.text"));
     const String text = "a text that is longer than what fits in place";
-    RunOnThreads([&](int thread) {
+    RunOnThreads([&](Int thread) {
         for (int round = 0; round < ROUNDS; ++round) {
+            NoteStressStep();
             const Id copy = id;
             EXPECT_EQ(copy.GetLength(), 21u);
             String changed = text;
@@ -110,8 +99,9 @@ template <typename LOCK>
 void RaceOnTwins() {
     Guarded<Twins, LOCK> twins;
     std::atomic<Int> written = 0;
-    RunOnThreads([&](int thread) {
+    RunOnThreads([&](Int thread) {
         for (int round = 0; round < ROUNDS; ++round) {
+            NoteStressStep();
             if (round % 4 == thread) {
                 const auto scope = twins.Write();
                 ++scope->first;
@@ -139,7 +129,7 @@ TEST(KernelThreads, neitherReadersNorWritersStarve) {
     // Each side runs until the other one had its turns: a lock that starves one of them would never come to an end.
     Guarded<Twins> twins;
     std::atomic<int> reads = 0, writes = 0;
-    RunOnThreads([&](int thread) {
+    RunOnThreads([&](Int thread) {
         while (reads < 200 || writes < 200) {
             if (thread % 2) {
                 const auto scope = twins.Write();
@@ -157,8 +147,9 @@ TEST(KernelThreads, jobsAreEnqueuedCancelledAndWaitedFor) {
     const JobQueueRef queue = MUST(JobQueue::Create(3));
     const JobQueueRef other = MUST(JobQueue::Create(1));
     std::atomic<int> ended = 0;
-    RunOnThreads([&](int thread) {
+    RunOnThreads([&](Int thread) {
         for (int round = 0; round < 200; ++round) {
+            NoteStressStep();
             const JobRef job = MUST(queue->Enqueue([&, round]() -> Result<void> {
                 const JobRef inner = TRY((round % 3 ? queue : other)->Enqueue([]() -> Result<void> { return OK; }));
                 return inner->Wait();
@@ -175,8 +166,9 @@ TEST(KernelThreads, jobsAreEnqueuedCancelledAndWaitedFor) {
 
 TEST(KernelThreads, groupsShareAQueueThatIsCancelled) {
     const JobQueueRef queue = MUST(JobQueue::Create(2));
-    RunOnThreads([&](int thread) {
+    RunOnThreads([&](Int thread) {
         for (int round = 0; round < 20; ++round) {
+            NoteStressStep();
             const JobGroupRef group = JobGroup::Create();
             std::atomic<int> ended = 0;
             for (int i = 0; i < 10; ++i) {
@@ -194,8 +186,9 @@ TEST(KernelThreads, groupsShareAQueueThatIsCancelled) {
 }
 
 TEST(KernelThreads, queuesComeAndGo) {
-    RunOnThreads([](int) {
+    RunOnThreads([](Int) {
         for (int round = 0; round < 50; ++round) {
+            NoteStressStep();
             const JobQueueRef queue = MUST(JobQueue::Create(2));
             for (int i = 0; i < 5; ++i) MUST(queue->Enqueue([queue]() -> Result<void> { return OK; }));
         }
@@ -210,9 +203,10 @@ TEST(KernelThreads, observersAndRegistries) {
         ++calls;
         return OK;
     });
-    RunOnThreads([&](int thread) {
+    RunOnThreads([&](Int thread) {
         const Id id = MUST(Id::Create("entry" + std::to_string(thread)));
         for (int round = 0; round < 500; ++round) {
+            NoteStressStep();
             const ObserverToken token = observable.AddObserver([](int) -> Result<void> { return OK; }, thread);
             observable.Notify(round);
             EXPECT_TRUE(observable.RemoveObserver(token));

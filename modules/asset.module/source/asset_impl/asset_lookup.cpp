@@ -114,7 +114,10 @@ Result<Bool> RepositoryEngine::DeliverEntry(const Walk& walk, const AssetIdData&
                                             const AssetVersionEntry& entry) {
     if (!entry.description) return true;
     if (entry.description->IsDeleted() && !walk.Has(ASSET_FIND_MODE::WITH_DELETED)) return true;
-    if (!walk.CollectsLatest()) return walk.receiver(AssetFindItem(entry.description));
+    if (!walk.CollectsLatest()) {
+        CheckNoLockHeld(LOCK_USE::CALLBACK, "a receiver of assets");
+        return walk.receiver(AssetFindItem(entry.description));
+    }
 
     walk.latest.Offer(record.hash, table.GetBlock(), entry);
     return true;

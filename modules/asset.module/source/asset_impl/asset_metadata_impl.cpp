@@ -118,6 +118,7 @@ Result<Data> AssetMetaDataImpl::Compute(const InternedId& metaId) const {
     const AssetRepositoryRef repository = TRY(GetRepository());
     const AssetType type = FindAssetType(_type);
     if (!type) return Data();
+    CheckNoLockHeld(LOCK_USE::CALLBACK, "the computing of a value by an asset type");
     const AssetMetaData self(StrongRef<AssetMetaDataInterface>(const_cast<AssetMetaDataImpl*>(this)));
     auto [value, doNotKeep] = TRY(type->ComputeMetaData(repository, _identity, self, metaId));
     if (value.IsEmpty() || doNotKeep) return std::move(value);

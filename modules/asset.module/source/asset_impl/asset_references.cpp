@@ -13,6 +13,7 @@ Result<void> RepositoryEngine::RegisterReferences(AssetIdData& record, const Ass
     if (!Cast<UpdatableAssetInterface>(StrongRef<AssetInterface>(asset))) return OK;
     if (!IsNewest(record, asset->GetIdAndVersion())) return OK;
 
+    CheckNoLockHeld(LOCK_USE::CALLBACK, "a question for references");
     HashMap<Id, BaseArray<AssetReference>> byTarget;
     TRY(asset->GetReferencedAssets(true, [&](const AssetReference& reference) -> Result<Bool> {
         const AssetLink link(reference->GetLink());

@@ -36,6 +36,7 @@ Result<Bool> RepositoryBase::FindAssets(Block<const Id> types, const Id& aid, co
                                         AssetFindReceiver receiver) {
     return CatchOutOfMemory([&]() -> Result<Bool> {
         if (!types.empty() && types.front().IsEmpty()) types = {};
+        CheckNoLockHeld(LOCK_USE::CALLBACK, "a walk over assets");
         VisitedRepositories visited;
         LatestAssets latest;
         TRY(visited.Insert(this));

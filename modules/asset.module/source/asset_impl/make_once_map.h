@@ -62,6 +62,7 @@ private:
     }
 
     Result<V> Make(const Data& key, const StrongRef<Slot>& slot, Maker make) {
+        CheckNoLockHeld(LOCK_USE::CALLBACK, "the making of a cached value");
         Result<V> made = CatchOutOfMemory([&] { return make(); });
         if (made.IsOk()) {
             slot->value = made.GetValue();

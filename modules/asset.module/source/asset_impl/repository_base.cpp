@@ -14,6 +14,7 @@ Array<AssetRepositoryRef> RepositoryBase::GetBases() const {
 }
 
 Result<Bool> RepositoryBase::GetDerived(Receiver<AssetRepositoryRef> receiver) const {
+    CheckNoLockHeld(LOCK_USE::CALLBACK, "a walk over derived repositories");
     const Array<WeakRef<AssetRepositoryInterface>> snapshot = [&] {
         auto scope = _graph->derived.Read();
         return *scope;

@@ -70,6 +70,7 @@ OBSERVABLE* RepositoryGraph::GetObservable(std::atomic<OBSERVABLE*>& slot, Bool 
 
 template <typename UP, typename DATA>
 void RepositoryGraph::Propagate(UP&& up, DATA&& toData) {
+    CheckNoLockHeld(LOCK_USE::CALLBACK, "an event on its way up");
     const Array<WeakRef<AssetRepositoryInterface>> snapshot = [&] {
         auto scope = derived.Read();
         return *scope;

@@ -160,6 +160,7 @@ Result<AssetDescriptionImpl::Loaded> AssetDescriptionImpl::LoadOwn(const AssetRe
     const AssetDescription self = GetSelf();
     const Bool valid = TRY(AssetInterface::IsAssetValid(self));
     if (!valid) return IllegalStateError::Create("Asset not valid for this app version.");
+    CheckNoLockHeld(LOCK_USE::CALLBACK, "a load by an asset type");
     Loaded loaded;
     loaded.asset = TRY(type->Load(repository, self, url, updateLinks));
     loaded.identity = _identity;
@@ -201,6 +202,7 @@ Result<String> AssetDescriptionImpl::GetMetaString(const InternedId& key, Langua
     return CatchOutOfMemory([&]() -> Result<String> {
         const Bool namesItself = key.GetId() == OBJECT_BASE_NAME && fallback.IsEmpty();
         const String text = namesItself ? String::FromId(_identity.first) : fallback;
+        CheckNoLockHeld(LOCK_USE::CALLBACK, "a text of an asset type");
         const AssetType type = FindAssetType(_type);
         return type ? type->GetMetaString(GetSelf(), key, language, text)
                     : MetaStrings::Get(nullptr, GetSelf(), key, language, text);
