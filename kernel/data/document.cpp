@@ -78,8 +78,8 @@ Result<Data> ReadDocumentText(std::string_view bytes, const Id& rootId, std::str
     if (data.IsOk() || OutOfMemoryError::IsClassOf(data.GetError())) return data;
     // Cut, since a hostile text may be quoted in it; for the same reason no cause.
     const std::string& reason = data.GetError()->GetMessage();
-    return FileFormatError::Create(
-        FormatMessage("The document @ can't be read: @", name, MakeUtf8(reason.substr(0, LONGEST_REASON))));
+    return FileFormatError::Create(FormatMessage("The document @ can't be read: @ Restore it from a copy, or remove it.", name,
+                                                 MakeUtf8(reason.substr(0, LONGEST_REASON))));
 }
 
 }  // namespace talvo

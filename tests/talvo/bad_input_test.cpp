@@ -192,6 +192,7 @@ TEST_F(BadInputTest, ADamagedThingHidesNothingElse) {
     const std::string shelf = MakeRepository("shelf");
     Store(shelf, "chair", "one");
     Store(shelf, "table", "two");
+    _scratch.Write("file", "three");
     RunText({"meta", "set", shelf, "table", "com.example.k", "v"});
     _scratch.Write("shelf/chair/asset.info", "rubbish");
     _scratch.Write("shelf/stray/file", "stray");
@@ -199,7 +200,9 @@ TEST_F(BadInputTest, ADamagedThingHidesNothingElse) {
     _scratch.Write("shelf/table/1/com.example.k.meta", "{ \"root\": ");
     EXPECT_EQ(ListIds(shelf), "table");
     EXPECT_EQ(RunText({"cat", shelf, "table"}), "two");
-    ExpectFailure({"meta", "get", shelf, "table", "com.example.k"}, "com.example.k.meta");
+    ExpectFailure({"meta", "get", shelf, "table", "com.example.k"}, "com.example.k.meta can't be read");
+    ExpectFailure({"meta", "get", shelf, "table", "com.example.k"}, "Restore it from a copy, or remove it.");
+    ExpectFailure({"store", shelf, "table", _scratch / "file"}, "com.example.k.meta can't be read");
     EXPECT_THAT(RunText({"show", shelf, "table"}), HasSubstr("com.example.k"));
     const ProgramOutcome verified = Run({"verify", shelf});
     EXPECT_EQ(verified.exitCode, 1);
