@@ -10,8 +10,8 @@ namespace talvo {
 
 namespace {
 
-/// Held for ever, so that the descriptions of all assets share these texts.
-[[maybe_unused]] const auto& g_wellKnownIds = *new std::array<InternedId, 5>{
+/// Held for ever, so that the descriptions of all assets share these texts. The compiler may not drop the only reference to them.
+[[gnu::used]] const auto& g_wellKnownIds = *new std::array<InternedId, 5>{
     InternedId(DESCRIPTION::IDENTIFIER), InternedId(DESCRIPTION::COMMAND), InternedId(DESCRIPTION::INCLUDE),
     InternedId(DESCRIPTION::TRANSLATEDSTRING), InternedId(DESCRIPTION::CATEGORY)};
 

@@ -17,8 +17,8 @@ namespace {
 constexpr LiteralId STRINGS{"string"};
 constexpr LiteralId EXPORTED_STRING{"exportedstring"};
 
-/// Held for ever, so that the texts of all assets share these ids.
-[[maybe_unused]] const auto& g_wellKnownIds =
+/// Held for ever, so that the texts of all assets share these ids. The compiler may not drop the only reference to them.
+[[gnu::used]] const auto& g_wellKnownIds =
     *new std::array<InternedId, 3>{InternedId(STRINGS), InternedId(EXPORTED_STRING), InternedId(OBJECT_BASE_NAME)};
 
 /// The language and those that it falls back to; null stands for the current one.
