@@ -92,3 +92,11 @@ if(TALVO_INSTALL AND TARGET talvo_assets)
         -DCOMPILER=${CMAKE_CXX_COMPILER} -DFLAGS=${foreignFlags} -P ${PROJECT_SOURCE_DIR}/tests/package/run.cmake)
     set_tests_properties(package PROPERTIES LABELS package TIMEOUT 300)
 endif()
+
+# Each operation of each workload fails, is the last one, or runs out of memory: scripts/sweep runs all of it.
+talvo_sources(sweepSources tests/sweep/*.cpp)
+if(sweepSources AND TARGET talvo_assets AND TALVO_FAULTS)
+    add_executable(crash_sweep EXCLUDE_FROM_ALL ${sweepSources})
+    target_include_directories(crash_sweep PRIVATE ${PROJECT_SOURCE_DIR} ${moduleRoots})
+    target_link_libraries(crash_sweep PRIVATE talvo_assets)
+endif()

@@ -5,6 +5,7 @@
 #include "kernel/app/application.h"
 #include "kernel/app/log.h"
 #include "kernel/app/run_loop.h"
+#include "kernel/base/allocation_plan.h"
 #include "kernel/io/url.h"
 
 #include <cstdio>
@@ -48,6 +49,7 @@ Result<EXIT_CODE> Run(CommandLine& line, Output& output, int count, char** words
 
 int Main(int count, char** words) {
     Signals::Install();
+    AllocationPlan::SetFromEnvironment();
     CommandLine line(MakeAllCommands());
     Output output(line.GetOptions());
     Result<EXIT_CODE> outcome = CatchOutOfMemory([&] { return Run(line, output, count, words); });

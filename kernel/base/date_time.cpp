@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 
 namespace talvo {
@@ -95,13 +96,47 @@ std::pair<Int64, Int64> SplitSeconds(Int64 microseconds) {
     return {seconds, rest};
 }
 
+#ifdef TALVO_FAULTS
+
+/// A clock that is set while the program runs: `TALVO_CLOCK_PLAN=step:SECONDS@N` adds so many seconds from the N-th reading on.
+struct ClockPlan {
+    Int64 step = 0;
+    Int64 first = INT64_MAX;
+    std::atomic<Int64> readings{0};
+
+    ClockPlan() {
+        const char* text = std::getenv("TALVO_CLOCK_PLAN");
+        if (!text) return;
+        long long seconds = 0;
+        long long number = 0;
+        char behind = 0;
+        if (std::sscanf(text, "step:%lld@%lld%c", &seconds, &number, &behind) != 2 || number < 1) {
+            std::fprintf(stderr, "TALVO_CLOCK_PLAN: can't read \"%s\". Write for instance step:-3600@2.\n", text);
+            std::abort();
+        }
+        step = seconds * MICROSECONDS;
+        first = number;
+    }
+};
+
+Int64 GetPlannedStep() {
+    static ClockPlan& plan = *new ClockPlan;
+    return plan.readings.fetch_add(1, std::memory_order_relaxed) + 1 >= plan.first ? plan.step : 0;
+}
+
+#else
+
+Int64 GetPlannedStep() { return 0; }
+
+#endif
+
 }  // namespace
 
 UniversalDateTime UniversalDateTime::GetNow() {
     if (const auto read = clockOfTests.load(std::memory_order_acquire)) return UniversalDateTime(read());
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
-    return UniversalDateTime(Int64(now.tv_sec) * MICROSECONDS + now.tv_nsec / 1000);
+    return UniversalDateTime(Int64(now.tv_sec) * MICROSECONDS + now.tv_nsec / 1000 + GetPlannedStep());
 }
 
 void SetClockForTests(Int64 (*read)()) { clockOfTests.store(read, std::memory_order_release); }

@@ -1,0 +1,23 @@
+// What is swept: each workload is a state to begin with and the steps that faults are met in.
+#pragma once
+
+#include "tests/sweep/world.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace talvo::sweep {
+
+using Step = std::function<Result<void>(Session&)>;
+
+struct Workload {
+    std::string name;
+    std::vector<Step> before;  ///< without faults
+    std::vector<Step> steps;   ///< each is acknowledged by itself
+    enum class OPENING { BEFORE_FAULTS, WITH_FAULTS } opening = OPENING::BEFORE_FAULTS;
+};
+
+const std::vector<Workload>& GetWorkloads();
+
+}  // namespace talvo::sweep
