@@ -8,6 +8,12 @@
 
 namespace talvo {
 
+namespace {
+
+constexpr std::chrono::milliseconds PAUSE(10);
+
+}  // namespace
+
 Importer::Importer(AssetRepositoryRef repository, const std::vector<ImportItem>& items, Options options)
     : _repository(std::move(repository)), _items(items), _options(std::move(options)), _outcomes(items.size()) {}
 
@@ -29,11 +35,9 @@ void Importer::Work() {
         Result<AssetDescription> outcome = Store(_items[index]);
         const std::lock_guard lock(_lock);
         _outcomes[index] = std::move(outcome);
-        _changed.notify_one();
     }
     const std::lock_guard lock(_lock);
-    _working--;
-    _changed.notify_one();
+    if (--_working == 0) _ended.notify_one();
 }
 
 void Importer::Run(OutcomeReceiver receiver, FunctionRef<void()> wait) {
@@ -41,21 +45,28 @@ void Importer::Run(OutcomeReceiver receiver, FunctionRef<void()> wait) {
     _working = std::min<Int>(_options.threads, Int(_items.size()));
     for (Int i = _working; i > 0; i--) threads.emplace_back([this] { Work(); });
 
+    // Looked after now and then: to be woken for each of thousands of small files costs more than storing some of them.
     std::unique_lock lock(_lock);
-    for (std::size_t i = 0; i < _items.size();) {
-        if (_outcomes[i]) {
-            const Result<AssetDescription> outcome = *std::exchange(_outcomes[i], {});
-            lock.unlock();
-            receiver(_items[i++], outcome);
-            lock.lock();
-        } else if (_working == 0) {
+    for (std::size_t next = 0;;) {
+        const Bool ended = _working == 0;
+        next = HandOut(next, receiver, lock);
+        if (next == _items.size() || ended)
             break;  // interrupted: items are begun in order, so that nothing stored lies behind this one
-        } else if (_changed.wait_for(lock, std::chrono::milliseconds(200)) == std::cv_status::timeout) {
-            lock.unlock();
-            wait();
-            lock.lock();
-        }
+        if (_working > 0) _ended.wait_for(lock, PAUSE);
+        lock.unlock();
+        wait();
+        lock.lock();
     }
+}
+
+std::size_t Importer::HandOut(std::size_t next, OutcomeReceiver receiver, std::unique_lock<std::mutex>& lock) {
+    for (; next < _items.size() && _outcomes[next]; next++) {
+        const Result<AssetDescription> outcome = *std::exchange(_outcomes[next], {});
+        lock.unlock();
+        receiver(_items[next], outcome);
+        lock.lock();
+    }
+    return next;
 }
 
 }  // namespace talvo

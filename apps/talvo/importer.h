@@ -27,19 +27,21 @@ public:
     Importer(AssetRepositoryRef repository, const std::vector<ImportItem>& items, Options options);
 
     using OutcomeReceiver = FunctionRef<void(const ImportItem& item, const Result<AssetDescription>& outcome)>;
-    /// @param wait called now and then while nothing is ready.
+    /// @param wait called after all that was ready, and now and then while nothing is.
     void Run(OutcomeReceiver receiver, FunctionRef<void()> wait);
 
 private:
     void Work();
     Result<AssetDescription> Store(const ImportItem& item) const;
+    /// @return the first item that is not ready.
+    std::size_t HandOut(std::size_t next, OutcomeReceiver receiver, std::unique_lock<std::mutex>& lock);
 
     const AssetRepositoryRef _repository;
     const std::vector<ImportItem>& _items;
     const Options _options;
     std::atomic<std::size_t> _next{0};
     std::mutex _lock;
-    std::condition_variable _changed;
+    std::condition_variable _ended;
     std::vector<Opt<Result<AssetDescription>>> _outcomes;  // guarded by _lock
     Int _working = 0;                                      // guarded by _lock
 };

@@ -54,7 +54,7 @@ class LatestAssets {
 public:
     /// The newest version of one asset so far.
     struct Candidate {
-        UInt hash;  ///< of the asset id
+        UInt hash;                       ///< of the asset id
         const AssetVersionEntry* entry;  ///< in `block`
         AssetVersionBlock block;
     };

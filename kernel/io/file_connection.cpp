@@ -30,18 +30,21 @@ IO_DETECT GetKind(const struct stat& status) {
     return S_ISDIR(status.st_mode) ? IO_DETECT::DIRECTORY : IO_DETECT::OTHER;
 }
 
-/// What a name means, where looking behind links failed with `error`.
-IO_DETECT DetectDangling(const FileName& name, int error) {
-    if (error != ENOENT && error != ENOTDIR && error != ELOOP) return IO_DETECT::FAILED;
+/// What a name means. Looking at the name itself first tells in one call what is not there, as what is no link.
+IO_DETECT Detect(const FileName& name) {
     const auto own = PosixFiles::Stat(name, LINKS::REFUSE);
-    if (own.error == 0) return S_ISLNK(own.value.st_mode) ? IO_DETECT::OTHER : GetKind(own.value);
-    return own.error == ENOENT || own.error == ENOTDIR ? IO_DETECT::NOT_THERE : IO_DETECT::FAILED;
+    if (own.error != 0) return own.error == ENOENT || own.error == ENOTDIR ? IO_DETECT::NOT_THERE : IO_DETECT::FAILED;
+    if (!S_ISLNK(own.value.st_mode)) return GetKind(own.value);
+    const auto target = PosixFiles::Stat(name, LINKS::FOLLOW);
+    if (target.error == 0) return GetKind(target.value);
+    const Bool dangles = target.error == ENOENT || target.error == ENOTDIR || target.error == ELOOP;
+    return dangles ? IO_DETECT::OTHER : IO_DETECT::FAILED;
 }
 
 /// Fills in kind and size; links are told as what they point at. @return false if it is not there any more.
 Bool Complete(const FileName& name, IoEntry& entry) {
     const auto status = PosixFiles::Stat(name, LINKS::FOLLOW);
-    entry.kind = status.error == 0 ? GetKind(status.value) : DetectDangling(name, status.error);
+    entry.kind = status.error == 0 ? GetKind(status.value) : Detect(name);
     if (entry.kind == IO_DETECT::FILE && status.error == 0) entry.size = status.value.st_size;
     return entry.kind != IO_DETECT::NOT_THERE;
 }
@@ -132,10 +135,7 @@ Result<Int64> FileConnection::GetContentLength() {
     return Int64(status.value.st_size);
 }
 
-IO_DETECT FileConnection::IoDetect() {
-    const auto status = PosixFiles::Stat(_path, LINKS::FOLLOW);
-    return status.error == 0 ? GetKind(status.value) : DetectDangling(_path, status.error);
-}
+IO_DETECT FileConnection::IoDetect() { return Detect(_path); }
 
 Result<Bool> FileConnection::IoIsLink() {
     const auto status = PosixFiles::Stat(_path, LINKS::REFUSE);

@@ -42,18 +42,33 @@ Result<Bool> IsStillNamed(const FileHandle& file, const std::string& path) {
 
 }  // namespace
 
-Result<FileLock> FileLock::Acquire(const Url& url, FileLockOptions options) {
-    if (url.GetScheme() != URLSCHEME_FILESYSTEM) return FileLock(FileHandle());
-    const std::string path = TRY(url.GetSystemPath());
-    const auto mode = options.file == FileLockOptions::MAKE ? PosixFiles::LOCK_FILE::MAKE : PosixFiles::LOCK_FILE::MUST_EXIST;
-    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(options.milliseconds);
+Result<void> LockFile::Lock() {
+    if (_url.GetScheme() != URLSCHEME_FILESYSTEM) return OK;
+    const std::string path = TRY(_url.GetSystemPath());
+    const auto mode = _options.file == FileLockOptions::MAKE ? PosixFiles::LOCK_FILE::MAKE : PosixFiles::LOCK_FILE::MUST_EXIST;
+    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(_options.milliseconds);
     for (;;) {
-        auto opened = PosixFiles::OpenForLock(path, mode);
-        TRY(CheckFile(opened.error, "lock", path));
-        TRY(WaitForLock(opened.value, path, deadline));
-        const Bool isNamed = TRY(IsStillNamed(opened.value, path));
-        if (isNamed) return FileLock(std::move(opened.value));
+        if (!_file.IsOpen()) {
+            auto opened = PosixFiles::OpenForLock(path, mode);
+            TRY(CheckFile(opened.error, "lock", path));
+            _file = std::move(opened.value);
+        }
+        TRY(WaitForLock(_file, path, deadline));
+        Result<Bool> isNamed = IsStillNamed(_file, path);
+        if (isNamed.IsOk() && isNamed.GetValue()) return OK;
+        _file = FileHandle();  // which unlocks it
+        TRY(std::move(isNamed));
     }
+}
+
+void LockFile::Unlock() {
+    if (_file.IsOpen()) PosixFiles::Unlock(_file);
+}
+
+Result<FileLock> FileLock::Acquire(const Url& url, FileLockOptions options) {
+    auto file = std::make_unique<LockFile>(url, options);
+    TRY(file->Lock());
+    return FileLock(std::move(file));
 }
 
 }  // namespace talvo

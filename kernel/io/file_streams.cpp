@@ -144,11 +144,10 @@ Result<OutputStreamRef> OpenAtEnd(const std::string& path) {
 }  // namespace
 
 Result<InputStreamRef> OpenFileInputStream(const std::string& path) {
-    auto opened = PosixFiles::OpenRead(path);
+    struct stat status;
+    auto opened = PosixFiles::OpenRead(path, status);
     TRY(CheckFile(opened.error, "read", path));
-    const auto status = PosixFiles::StatOpen(opened.value, path);
-    TRY(CheckFile(status.error, "read", path));
-    return InputStreamRef(new FileInputStream(std::move(opened.value), path, status.value));
+    return InputStreamRef(new FileInputStream(std::move(opened.value), path, status));
 }
 
 Result<OutputStreamRef> OpenFileOutputStream(const std::string& path, OUTPUT_MODE mode) {

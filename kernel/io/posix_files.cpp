@@ -38,8 +38,7 @@ int OpenRaw(const FileName& name, int flags, mode_t mode, FileHandle& file) {
     return 0;
 }
 
-int CheckRegular(const FileHandle& file) {
-    struct stat status;
+int CheckRegular(const FileHandle& file, struct stat& status) {
     if (fstat(file.GetDescriptor(), &status) < 0) return errno;
     if (S_ISREG(status.st_mode)) return 0;
     return S_ISDIR(status.st_mode) ? EISDIR : NOT_A_FILE;
@@ -47,13 +46,18 @@ int CheckRegular(const FileHandle& file) {
 
 /// Opening a fifo or device waits, unless asked not to; what was opened is looked at afterwards, so that nobody can
 /// change it in between.
-Attempt<FileHandle> OpenRegular(FILE_OPERATION operation, const FileName& name, int flags) {
+Attempt<FileHandle> OpenRegular(FILE_OPERATION operation, const FileName& name, int flags, struct stat& status) {
     Attempt<FileHandle> opened;
     opened.error = DoNumbered(operation, {name.path}, [&](const FaultPoint&) {
         const int error = OpenRaw(name, flags | O_NONBLOCK, 0666, opened.value);
-        return error != 0 ? error : CheckRegular(opened.value);
+        return error != 0 ? error : CheckRegular(opened.value, status);
     });
     return opened;
+}
+
+Attempt<FileHandle> OpenRegular(FILE_OPERATION operation, const FileName& name, int flags) {
+    struct stat unusedStatus;
+    return OpenRegular(operation, name, flags, unusedStatus);
 }
 
 }  // namespace
@@ -64,11 +68,17 @@ FileHandle::~FileHandle() {
 
 Attempt<FileHandle> OpenRead(const FileName& name) { return OpenRegular(FILE_OPERATION::OPEN_READ, name, O_RDONLY); }
 
+Attempt<FileHandle> OpenRead(const FileName& name, struct stat& status) {
+    return OpenRegular(FILE_OPERATION::OPEN_READ, name, O_RDONLY, status);
+}
+
 Attempt<FileHandle> OpenWrite(const FileName& name, WRITE_START start) {
     const int append = start == WRITE_START::AT_END ? O_APPEND : 0;
-    Attempt<FileHandle> opened = OpenRegular(FILE_OPERATION::OPEN_WRITE, name, O_WRONLY | O_CREAT | append);
-    if (opened.error == 0 && start == WRITE_START::EMPTY) {
-        // Not by O_TRUNC: only now is it sure to be a file.
+    struct stat status;
+    Attempt<FileHandle> opened = OpenRegular(FILE_OPERATION::OPEN_WRITE, name, O_WRONLY | O_CREAT | append, status);
+    if (opened.error == 0 && start == WRITE_START::EMPTY && status.st_size > 0) {
+        // Not by O_TRUNC: only now is it sure to be a file. Not for an empty one: file systems take that for a replacement, and write such a
+        // file to the disk when it is closed.
         opened.error = DoNumbered(FILE_OPERATION::TRUNCATE, {name.path}, [&](const FaultPoint&) {
             return ErrorOf([&] { return ftruncate(opened.value.GetDescriptor(), 0); });
         });
@@ -85,12 +95,12 @@ Attempt<FileHandle> Create(const FileName& name, mode_t mode) {
 }
 
 int Close(FileHandle& file, std::string_view path) {
-    const int descriptor = file.Detach();
-    const int error = DoNumbered(FILE_OPERATION::CLOSE, {path}, [&](const FaultPoint&) {
-        // Not again after EINTR: the descriptor is gone already and may be another's by now.
-        return close(descriptor) < 0 && errno != EINTR ? errno : 0;
+    // A descriptor is gone after its closing failed, too.
+    FileHandle stillOpen(file.Detach());
+    return DoNumbered(FILE_OPERATION::CLOSE, {path}, [&](const FaultPoint&) {
+        // Not again after EINTR: the descriptor may be another's by now.
+        return close(stillOpen.Detach()) < 0 && errno != EINTR ? errno : 0;
     });
-    return error;
 }
 
 Attempt<Int64> ReadAt(const FileHandle& file, Block<char> buffer, Int64 position, std::string_view path) {
@@ -197,6 +207,8 @@ Attempt<FileHandle> OpenForLock(const FileName& name, LOCK_FILE mode) {
     const int flags = mode == LOCK_FILE::MAKE ? O_RDWR | O_CREAT : O_RDONLY;
     return OpenRegular(FILE_OPERATION::LOCK, name, flags);
 }
+
+void Unlock(const FileHandle& file) { flock(file.GetDescriptor(), LOCK_UN); }
 
 int TryLock(const FileHandle& file, std::string_view path) {
     return DoNumbered(FILE_OPERATION::LOCK, {path},

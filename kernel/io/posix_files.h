@@ -69,6 +69,8 @@ enum class WRITE_START { EMPTY, AT_END };
 
 /// EISDIR for a directory.
 Attempt<FileHandle> OpenRead(const FileName& name);
+/// @param status of the file as it was opened.
+Attempt<FileHandle> OpenRead(const FileName& name, struct stat& status);
 /// Follows links, makes the file if it is missing.
 Attempt<FileHandle> OpenWrite(const FileName& name, WRITE_START start);
 /// EEXIST if anything is there, a link included.
@@ -110,11 +112,13 @@ int CheckUnchanged(const FileHandle& file, const struct stat& before, std::strin
 int SetMode(const FileName& name, mode_t mode);
 Attempt<Bool> IsOnReadOnlySystem(const FileName& name);
 
-// Locks, advisory, of the whole file; gone when it is closed.
+// Locks, advisory, of the whole file; gone when it is unlocked or closed.
 
 enum class LOCK_FILE { MUST_EXIST, MAKE };
 Attempt<FileHandle> OpenForLock(const FileName& name, LOCK_FILE mode);
 /// EWOULDBLOCK if another has it.
 int TryLock(const FileHandle& file, std::string_view path);
+/// Can't fail, so it is no operation that is numbered.
+void Unlock(const FileHandle& file);
 
 }  // namespace talvo::PosixFiles

@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <memory>
 
 namespace talvo::PosixFiles {
 
@@ -76,6 +75,17 @@ int Exchange(const FileName& from, const FileName& to) {
     return missing != 0 ? missing : ExchangeInSteps(from, to);
 }
 
+constexpr std::size_t LIST_BUFFER_SIZE = std::size_t(32) << 10;
+
+void TakeEntries(const char* buffer, ssize_t size, std::vector<DirectoryEntry>& entries) {
+    for (ssize_t at = 0; at < size;) {
+        const auto* entry = reinterpret_cast<const dirent64*>(buffer + at);
+        at += entry->d_reclen;
+        const std::string_view name(entry->d_name);
+        if (name != "." && name != "..") entries.push_back({std::string(name), entry->d_type});
+    }
+}
+
 }  // namespace
 
 int Rename(const FileName& from, const FileName& to, RENAME_MODE mode) {
@@ -115,23 +125,12 @@ Attempt<FileHandle> OpenDirectory(const FileName& name, LINKS links) {
 Attempt<std::vector<DirectoryEntry>> List(const FileHandle& directory, std::string_view path) {
     Attempt<std::vector<DirectoryEntry>> list;
     list.error = DoNumbered(FILE_OPERATION::LIST, {path}, [&](const FaultPoint&) {
-        const int descriptor = fcntl(directory.GetDescriptor(), F_DUPFD_CLOEXEC, 0);
-        if (descriptor < 0) return errno;
-        struct Closer {
-            void operator()(DIR* stream) const { closedir(stream); }
-        };
-        const std::unique_ptr<DIR, Closer> stream(fdopendir(descriptor));
-        if (!stream) {
-            const int error = errno;
-            close(descriptor);
-            return error;
-        }
+        // Straight from the system: a directory stream wants a descriptor of its own and asks five times about it.
+        alignas(dirent64) char buffer[LIST_BUFFER_SIZE];
         for (;;) {
-            errno = 0;
-            const dirent* entry = readdir(stream.get());
-            if (!entry) return errno;
-            const std::string_view name(entry->d_name);
-            if (name != "." && name != "..") list.value.push_back({std::string(name), entry->d_type});
+            const ssize_t size = getdents64(directory.GetDescriptor(), buffer, sizeof(buffer));
+            if (size <= 0) return size < 0 ? errno : 0;
+            TakeEntries(buffer, size, list.value);
         }
     });
     std::sort(list.value.begin(), list.value.end(),

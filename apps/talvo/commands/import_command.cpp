@@ -62,19 +62,22 @@ private:
         ImportSums sums;
         Result<void> written;
         Progress& progress = output.StartProgress("Importing", Int(walk.GetItems().size()));
+        // Whether or not somebody still reads what was stored, the rest is stored, too.
+        const auto note = [&](const Result<void>& line) {
+            if (line.IsError() && written.IsOk() && !ClosedOutputError::IsClassOf(line.GetError())) written = line;
+        };
         const auto receive = [&](const ImportItem& item, const Result<AssetDescription>& outcome) {
             if (outcome.IsError()) {
                 sums.failed++;
                 output.PrintError(outcome.GetError());
             } else {
                 sums.stored++;
-                const Result<void> line = WriteItem(output, item, VersionRecord::Read(outcome.GetValue()), sums);
-                // Whether or not somebody still reads what was stored, the rest is stored, too.
-                if (line.IsError() && written.IsOk() && !ClosedOutputError::IsClassOf(line.GetError())) written = line;
+                note(WriteItem(output, item, VersionRecord::Read(outcome.GetValue()), sums));
             }
             progress.Show(sums.stored + sums.failed, sums.bytes);
         };
         Importer(repository, walk.GetItems(), options).Run(receive, [&] {
+            note(output.Flush());  // who reads along knows at once
             progress.Show(sums.stored + sums.failed, sums.bytes);
         });
         output.EndProgress();
@@ -87,11 +90,9 @@ private:
         if (output.IsJson()) {
             DocumentValue::ObjectType object = record.ToJson();
             object.emplace_back("source", MakeUtf8(item.source));
-            TRY(output.WriteJson(DocumentValue(std::move(object))));
-        } else {
-            TRY(output.WriteLine(FormatMessage("@  #@  @", record.id, record.key.counter, item.source)));
+            return output.WriteJson(DocumentValue(std::move(object)));
         }
-        return output.Flush();  // who reads along knows at once
+        return output.WriteLine(FormatMessage("@  #@  @", record.id, record.key.counter, item.source));
     }
 
     static Result<EXIT_CODE> Report(const ImportSums& sums, const ImportWalk& walk, Output& output) {

@@ -204,6 +204,24 @@ TEST_F(Disk, TooManyOpenFilesIsAnErrorThatSaysWhatToDo) {
     EXPECT_TRUE(FailsWith<IoError>(written, {"x", "ulimit"}));
 }
 
+TEST_F(Disk, AFileThatIsLockedAgainAndAgainIsTheOneOfThatName) {
+    const Url file = At("lock");
+    _scratch.Write("lock", "first");
+    LockFile lock(file, {});
+    for (const std::string_view bytes : {"second", "third"}) {
+        EXPECT_TRUE(Succeeds(lock.Lock()));
+        EXPECT_TRUE(FailsWith<IoError>(FileLock::Acquire(file, {.milliseconds = 0}), {"Another process"}));
+        lock.Unlock();
+        EXPECT_TRUE(Succeeds(FileLock::Acquire(file, {.milliseconds = 0}))) << "open, but not locked";
+        EXPECT_TRUE(Succeeds(FileUtilities::WriteFileFromMemory(file, bytes))) << "replaced by rename";
+    }
+    EXPECT_TRUE(Succeeds(lock.Lock()));
+    EXPECT_TRUE(FailsWith<IoError>(FileLock::Acquire(file, {.milliseconds = 0}), {"Another process"}));
+    lock.Unlock();
+    EXPECT_TRUE(Succeeds(file.IoDelete()));
+    EXPECT_TRUE(FailsWith<IoError>(lock.Lock(), {"lock"}));
+}
+
 TEST_F(Disk, ALockKeepsOthersOutUntilItsHolderEnds) {
     const Url file = At("lock");
     EXPECT_TRUE(FailsWith<IoError>(FileLock::Acquire(file, {}), {"lock"})) << "the file must exist";

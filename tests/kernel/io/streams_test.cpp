@@ -78,6 +78,15 @@ TEST(HashingStream, GivesTheDigestsOfTheStandard) {
     }
 }
 
+TEST(HashingStream, GivesTheSameDigestForLongStreams) {
+    // Beyond some length a thread of its own hashes the blocks that are large enough.
+    std::string bytes(std::size_t(20) << 20, '\0');
+    for (std::size_t i = 0; i < bytes.size(); i += 4096) bytes[i] = char(i / 4096 * 31);
+    const std::string digest = HashOf(bytes, 65536);
+    EXPECT_EQ(HashOf(bytes, std::size_t(1) << 20), digest);
+    EXPECT_EQ(HashOf(bytes, (std::size_t(128) << 10) + 1), digest);
+}
+
 TEST(HashingStream, GivesNoDigestForWhatWasNotWritten) {
     for (const auto where : {BreakingStream::BREAK::IN_WRITE, BreakingStream::BREAK::IN_CLOSE}) {
         std::string digest = "unset";

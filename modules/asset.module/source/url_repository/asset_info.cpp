@@ -1,6 +1,7 @@
 #include "url_repository/asset_info.h"
 
 #include "kernel/io/file_utilities.h"
+#include "url_repository/tree_access.h"
 
 #include <algorithm>
 
@@ -52,9 +53,13 @@ Opt<AssetInfo> ParseAssetInfo(std::string_view text) {
     return AssetInfo{std::move(*id), std::move(*type)};
 }
 
-Opt<AssetInfo> ReadAssetInfo(const Url& assetDirectory) {
-    const Result<std::string> text = FileUtilities::ReadFileToMemory(assetDirectory + ASSET_INFO_NAME, MAX_ASSET_INFO_SIZE);
-    return text.IsOk() ? ParseAssetInfo(text.GetValue()) : std::nullopt;
+Result<Opt<AssetInfo>> ReadAssetInfo(const Url& assetDirectory) {
+    const Url file = assetDirectory + ASSET_INFO_NAME;
+    const Result<std::string> text = ReadTreeFile(file, MAX_ASSET_INFO_SIZE);
+    if (text.IsOk()) return ParseAssetInfo(text.GetValue());
+    const IO_DETECT kind = file.IoDetect();
+    const Bool maySaySomething = kind == IO_DETECT::FILE || kind == IO_DETECT::FAILED;
+    return maySaySomething ? Result<Opt<AssetInfo>>(text.GetError()) : Result<Opt<AssetInfo>>(Opt<AssetInfo>());
 }
 
 }  // namespace talvo

@@ -22,8 +22,9 @@ struct AssetInfo {
 std::string WriteAssetInfoText(const AssetInfo& info);
 /// Nothing for less than two lines, and for an id or type that no store would have accepted.
 Opt<AssetInfo> ParseAssetInfo(std::string_view text);
-/// What `asset.info` of that directory says; nothing where it can't be read or says nothing.
-Opt<AssetInfo> ReadAssetInfo(const Url& assetDirectory);
+/// What `asset.info` of that directory says; nothing where there is none, or one that says nothing.
+/// Errors: IoError, if it may say something that can't be read.
+Result<Opt<AssetInfo>> ReadAssetInfo(const Url& assetDirectory);
 
 /// The id on a line of a file of a repository; nothing if it is empty, too long or has control characters.
 Opt<Id> ParseIdLine(std::string_view line);

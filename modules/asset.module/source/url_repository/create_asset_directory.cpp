@@ -30,9 +30,9 @@ Bool IsEmptyDirectory(const Url& directory) {
     return entries.IsOk() && entries.GetValue().IsEmpty();
 }
 
-Bool IsLinkedDirectory(const Url& directory) {
-    const Result<IoConnectionRef> connection = directory.OpenConnection();
-    return connection.IsError() || std::move(connection.GetValue()->IoIsLink()).GetValueOr(true);
+Result<Bool> IsLink(const Url& url) {
+    const IoConnectionRef connection = TRY(url.OpenConnection());
+    return connection->IoIsLink();
 }
 
 /// What became of the wish for one name.
@@ -42,25 +42,35 @@ Result<PLACE> Place(const Url& hidden, const Url& directory, const AssetInfo& in
     const Result<void> moved = hidden.IoRename(directory, RENAME_MODE::NO_REPLACE);
     if (moved.IsOk()) return PLACE::MOVED_HERE;
     if (directory.IoDetect() == IO_DETECT::NOT_THERE) return moved.GetError();
-    if (IsLinkedDirectory(directory)) return PLACE::TAKEN_BY_ANOTHER;
-    const Opt<AssetInfo> found = ReadAssetInfo(directory);
+    // What can't be read may be this very asset: then a second directory for it would hide what it holds.
+    const Bool isLink = TRY(IsLink(directory));
+    if (isLink) return PLACE::TAKEN_BY_ANOTHER;
+    const Opt<AssetInfo> found = TRY(ReadAssetInfo(directory));
     if (found) return found->id == info.id ? PLACE::IS_OURS : PLACE::TAKEN_BY_ANOTHER;
     if (!IsEmptyDirectory(directory)) return PLACE::TAKEN_BY_ANOTHER;
     TRY(ReplaceFile(directory + ASSET_INFO_NAME, WriteAssetInfoText(info)));
     return PLACE::IS_OURS;
 }
 
-Result<Url> PlaceAnywhere(const Url& root, const Url& hidden, const AssetInfo& info) {
-    const std::string first = TRY(MakeDirectoryName(info.id));
-    const std::string second = TRY(MakeHashedDirectoryName(info.id));
-    for (const std::string* name : {&first, &second}) {
-        const Url directory = root + *name;
+/// Where an asset's directory is, and how it came there.
+struct PlacedDirectory {
+    Url url;
+    PLACE place;
+};
+
+Result<PlacedDirectory> PlaceAnywhere(const Url& root, const Url& hidden, const AssetInfo& info) {
+    // The second name costs a hash, and is hardly ever needed.
+    for (const auto makeName : {MakeDirectoryName, MakeHashedDirectoryName}) {
+        const std::string name = TRY(makeName(info.id));
+        const Url directory = root + name;
         const PLACE place = TRY(Place(hidden, directory, info));
         if (place == PLACE::TAKEN_BY_ANOTHER) continue;
         if (place == PLACE::IS_OURS) DeleteHidden(root, hidden);
         TRY(SyncNames(root));
-        return directory;
+        return PlacedDirectory{directory, place};
     }
+    const std::string first = TRY(MakeDirectoryName(info.id));
+    const std::string second = TRY(MakeHashedDirectoryName(info.id));
     return IllegalStateError::Create(FormatMessage(
         "There is no directory for asset @ in @: \"@\" and \"@\" hold something else. Move them away or use another id.", info.id,
         root, first, second));
@@ -72,7 +82,7 @@ Result<Data> UrlAssetRepositoryImpl::CreateDataForIdImpl(const Id& aid, const Id
     CHECK_STATE(IsWritable(), "_writable");
     const AssetInfo info{aid, type};
     const Url hidden = TRY(MakeHiddenDirectory(GetRoot(), info));
-    Result<Url> placed = CatchOutOfMemory([&]() -> Result<Url> {
+    Result<PlacedDirectory> placed = CatchOutOfMemory([&]() -> Result<PlacedDirectory> {
         const RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_lock));
         return PlaceAnywhere(GetRoot(), hidden, info);
     });
@@ -81,7 +91,17 @@ Result<Data> UrlAssetRepositoryImpl::CreateDataForIdImpl(const Id& aid, const Id
         return placed.GetError();
     }
     NoteChange();
-    return MakeAssetData(aid, placed.GetValue().GetName());
+    const Data adata = TRY(MakeAssetData(aid, placed.GetValue().url.GetName()));
+    if (placed.GetValue().place == PLACE::MOVED_HERE) {
+        auto fresh = _freshDirectories.Write();
+        TRY(fresh->Insert(adata.GetPtr<UrlAssetData>()->directory));
+    }
+    return adata;
+}
+
+Bool UrlAssetRepositoryImpl::TakeFresh(const Id& assetDirectory) {
+    auto fresh = _freshDirectories.Write();
+    return fresh->Erase(assetDirectory);
 }
 
 }  // namespace talvo

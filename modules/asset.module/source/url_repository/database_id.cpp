@@ -1,6 +1,5 @@
 #include "url_repository/database_id.h"
 
-#include "kernel/io/file_utilities.h"
 #include "url_repository/asset_info.h"
 #include "url_repository/tree_access.h"
 
@@ -16,7 +15,7 @@ constexpr UInt READ_ONLY_ATTRIBUTE = 1;
 Result<Opt<Id>> ReadDatabaseId(const Url& root) {
     const Url file = root + REPOSITORY_IDENTIFIER_FILE;
     if (file.IoDetect() == IO_DETECT::NOT_THERE) return Opt<Id>();
-    std::string text = TRY(FileUtilities::ReadFileToMemory(file, MAX_DATABASE_ID_SIZE));
+    std::string text = TRY(ReadTreeFile(file, MAX_DATABASE_ID_SIZE));
     // Whoever wrote it with an editor has a line end behind it.
     while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.pop_back();
     if (text.empty()) return Opt<Id>();
@@ -33,6 +32,8 @@ Result<Id> CreateDatabaseId(const Url& root, const Id& id) {
     const std::string name = TRY(MakeWorkName());
     const Url hidden = root + name;
     TRY(WriteNewFile(hidden, id.GetView()));
+    // A name without its bytes would be no repository, and no place for one.
+    TRY(SyncTree(hidden));
     Result<void> placed = hidden.IoRename(file, RENAME_MODE::NO_REPLACE);
     if (placed.IsOk()) {
         TRY(SyncNames(root));

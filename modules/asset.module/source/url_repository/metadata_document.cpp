@@ -22,8 +22,11 @@ Result<Data> ReadDerived(const Url& file) {
 
 Result<Data> ReadMetaDataDocument(const Url& directory, const InternedId& metaId, ASSET_METADATA_KIND kind) {
     const Url file = directory + MakeMetaDataFileName(metaId.GetView(), kind);
-    if (file.IoDetect() == IO_DETECT::NOT_THERE) return Data();
-    return HasFlag(kind, ASSET_METADATA_KIND::DERIVED) ? ReadDerived(file) : IoDocument::ReadDocument(file, METADATA_ROOT);
+    Result<Data> read =
+        HasFlag(kind, ASSET_METADATA_KIND::DERIVED) ? ReadDerived(file) : IoDocument::ReadDocument(file, METADATA_ROOT);
+    // Looked for only now: nearly always it is there.
+    if (read.IsError() && file.IoDetect() == IO_DETECT::NOT_THERE) return Data();
+    return read;
 }
 
 Result<std::string> MakeMetaDataDocument(const Data& value, ASSET_METADATA_KIND kind) {

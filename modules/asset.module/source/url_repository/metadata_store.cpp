@@ -1,13 +1,15 @@
 // Writing of one metadata value, as a document or as a file of its own.
 //
 // Invariants: 1. what is refused is refused before the disk is touched; 2. of one key and kind one form stays, and the new one is whole before the old
-// one goes; 3. only names that read back as the key are ever removed.
+// one goes; 3. only names that read back as the key are ever removed; 4. after an error the old value is what a reader finds.
 #include "asset_scheme/resolve_info.h"
 #include "kernel/app/log.h"
 #include "kernel/io/file_utilities.h"
 #include "url_repository/metadata_document.h"
 #include "url_repository/tree_access.h"
 #include "url_repository/url_asset_repository.h"
+
+#include <algorithm>
 
 namespace talvo {
 
@@ -31,15 +33,51 @@ Result<void> CopyValue(const Url& source, const Url& target) {
     return OK;
 }
 
+/// Nobody sees half of a value, be it a whole tree.
+Result<void> RemoveFiles(const Url& directory, const std::vector<Url>& files) {
+    for (const Url& file : files) {
+        if (file.IoDetect() != IO_DETECT::DIRECTORY) {
+            TRY(file.IoDelete());
+            continue;
+        }
+        const Url hidden = TRY(HideDirectory(file));
+        DeleteHidden(directory, hidden);
+    }
+    return files.empty() ? Result<void>(OK) : SyncNames(directory);
+}
+
+/// Whether a value at `target` is the one that is read while `others` are there: a document counts before a file, then the first name.
+Bool CountsBefore(const Url& target, const std::vector<Url>& others) {
+    return std::all_of(others.begin(), others.end(), [&](const Url& other) {
+        const Opt<MetaDataFileName> meaning = ParseMetaDataFileName(other.GetName());
+        return (!meaning || meaning->form == MetaDataFileName::FORM::FILE) && target.GetName() < other.GetName();
+    });
+}
+
+/// Removes `others` once the new value stands at `target` and the old one at `hidden`, or changes those two back.
+Result<void> FinishOrTakeBack(const Url& hidden, const Url& target, RENAME_MODE mode, const std::vector<Url>& others) {
+    const Result<void> synced = SyncNames(target.GetDirectory());
+    const Result<void> finished =
+        synced.IsOk() ? CatchOutOfMemory([&] { return RemoveFiles(target.GetDirectory(), others); }) : synced;
+    if (finished.IsOk()) return OK;
+    const Result<void> takenBack = target.IoRename(hidden, mode);
+    if (takenBack.IsOk() || synced.IsError() || !CountsBefore(target, others)) return finished;
+    Log(LOG_LEVEL::WARNING, "A former value stays beside @: @", target, finished.GetError()->GetMessage());
+    return OK;
+}
+
 /// Copies beside the place and exchanges then, so that a source that lies in that place survives, and an old value stays until the new one is whole.
-Result<void> PlaceValue(const Url& root, const Url& source, const Url& target) {
+/// @param others further files of the old value, which go.
+Result<void> PlaceValue(const Url& root, const Url& source, const Url& target, const std::vector<Url>& others) {
     const std::string name = TRY(MakeWorkName());
     const Url hidden = target.GetDirectory() + name;
     Result<void> placed = CopyValue(source, hidden);
     if (placed.IsOk()) placed = SyncTree(hidden);
     if (placed.IsOk()) {
         const Bool hasOld = target.IoDetect() != IO_DETECT::NOT_THERE;
-        placed = hidden.IoRename(target, hasOld ? RENAME_MODE::EXCHANGE : RENAME_MODE::NO_REPLACE);
+        const RENAME_MODE mode = hasOld ? RENAME_MODE::EXCHANGE : RENAME_MODE::NO_REPLACE;
+        placed = hidden.IoRename(target, mode);
+        if (placed.IsOk()) placed = FinishOrTakeBack(hidden, target, mode, others);
     }
     DeleteHidden(root, hidden);
     return placed;
@@ -81,11 +119,12 @@ Result<Data> UrlAssetRepositoryImpl::StoreMetaDataImpl(const Data& vdata, const 
     NoteChange();
     const Bool removes = urlMode ? source.IsEmpty() : data.IsEmpty();
     if (removes) {
-        TRY(RemoveValue(directory, metaId, kind, {}));
+        const std::vector<Url> files = TRY(FindValueFiles(directory, metaId, kind, {}));
+        TRY(RemoveFiles(directory, files));
         return Data();
     }
     // The version's own directory is never made here: one that was erased meanwhile must not come back.
-    if (!(directory == versionDirectory)) TRY(directory.IoCreateDirectory());
+    if (!(directory == versionDirectory)) TRY(MakeDirectory(directory));
     if (urlMode) return WriteFileValue(directory, staged, metaId, source, asset, kind);
     TRY(WriteDocument(directory, staged, metaId, data, kind));
     return data;
@@ -108,8 +147,14 @@ Result<void> UrlAssetRepositoryImpl::WriteDocument(const Url& directory, const B
     const std::string text = TRY(MakeMetaDataDocument(data, kind));
     const std::string name = MakeMetaDataFileName(metaId.GetView(), kind);
     if (staged && !HasFlag(kind, KIND::USER)) return WriteNewFile(directory + name, text);
+    std::vector<Url> others;
+    if (!HasFlag(kind, KIND::DERIVED)) others = TRY(FindValueFiles(directory, metaId, kind, name));
     TRY(ReplaceFile(directory + name, text));
-    return HasFlag(kind, KIND::DERIVED) ? Result<void>(OK) : RemoveValue(directory, metaId, kind, name);
+    // The document counts before them, so what stays of them is never read.
+    const Result<void> removed = RemoveFiles(directory, others);
+    if (removed.IsError())
+        Log(LOG_LEVEL::WARNING, "A former value of @ stays beside it: @", directory + name, removed.GetError()->GetMessage());
+    return OK;
 }
 
 Result<Data> UrlAssetRepositoryImpl::WriteFileValue(const Url& directory, const Bool staged, const InternedId& metaId,
@@ -119,26 +164,22 @@ Result<Data> UrlAssetRepositoryImpl::WriteFileValue(const Url& directory, const 
     if (staged) {
         TRY(CopyValue(file, directory + name));
     } else {
-        TRY(PlaceValue(GetRoot(), file, directory + name));
-        TRY(SyncNames(directory));
-        TRY(RemoveValue(directory, metaId, kind, name));
+        const std::vector<Url> others = TRY(FindValueFiles(directory, metaId, kind, name));
+        TRY(PlaceValue(GetRoot(), file, directory + name, others));
     }
     return Data(MakeMetaUrl(asset, name, GetFinalUrl(directory)));
 }
 
-/// Removes the files of `metaId` in this directory but the one named `except`.
-Result<void> UrlAssetRepositoryImpl::RemoveValue(const Url& directory, const InternedId& metaId, KIND kind,
-                                                 std::string_view except) {
+Result<std::vector<Url>> UrlAssetRepositoryImpl::FindValueFiles(const Url& directory, const InternedId& metaId, KIND kind,
+                                                                std::string_view except) {
     const std::string document = MakeMetaDataFileName(metaId.GetView(), kind);
     const VersionContent content = TRY(ScanVersionDirectory(directory));
-    Bool removed = false;
+    std::vector<Url> files;
     for (const auto& [name, meaning] : content.metaData) {
         const Bool isSame = meaning.key == metaId.GetView() && MakeMetaDataFileName(meaning.key, meaning.kind) == document;
-        if (!isSame || name == except) continue;
-        TRY((directory + name).IoDelete());
-        removed = true;
+        if (isSame && name != except) files.push_back(directory + name);
     }
-    return removed ? SyncNames(directory) : Result<void>(OK);
+    return files;
 }
 
 }  // namespace talvo

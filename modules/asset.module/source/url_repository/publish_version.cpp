@@ -1,7 +1,10 @@
 // Giving a hidden version its name, or taking it back.
 //
-// Invariants: 1. the step that makes a version seen is one rename of its whole directory; 2. what it needs in the side trees is in place before;
-// 3. an error leaves all as it was, and what is no longer wanted is hidden before it is deleted.
+// Invariants: 1. the step that makes a version seen is one rename of its whole directory; 2. what it needs in the side trees is in place before,
+// but for the user's values where a version is overwritten: those of the old content go only after it, since a stop between the two steps would
+// lose what a user did for content that is still there; 3. an error leaves all as it was, and what is no longer wanted is hidden before it is
+// deleted.
+#include "kernel/app/log.h"
 #include "url_repository/tree_access.h"
 #include "url_repository/url_asset_repository.h"
 
@@ -49,23 +52,19 @@ Result<void> UrlAssetRepositoryImpl::PublishVersionImpl(AssetStoreResult& stored
     const Url hidden = GetPlainUrl(directory);
     const Id assetDirectory = TRY(Id::Create(hidden.GetDirectory().GetName()));
     Data vdata = TRY(MakeVersionData(assetDirectory, staged->finalDirectory.GetName(), stored.url.GetName()));
+    Url url = stored.url.IsPopulated() ? staged->finalDirectory + stored.url.GetName() : Url();
     TRY(SyncTree(hidden));
     RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_lock));
     std::vector<SideTreeMove> moves;
-    Result<void> published = CatchOutOfMemory([&]() -> Result<void> {
-        TRY(PublishSideTrees(hidden, *staged, moves));
-        TRY(MoveIntoPlace(hidden, *staged));
-        const Result<void> synced = SyncNames(hidden.GetDirectory());
-        if (synced.IsError()) Exchange(staged->finalDirectory, hidden).Ignore("the error at hand tells more");
-        return synced;
-    });
+    moves.reserve(GetSideTrees().size());  // what was done can always be noted
+    const Result<void> published = CatchOutOfMemory([&] { return PublishWithSideTrees(hidden, *staged, moves); });
     if (published.IsError()) {
         TakeBack(moves);
         return published;
     }
     lock.Unlock();
     NoteChange();
-    if (stored.url.IsPopulated()) stored.url = staged->finalDirectory + stored.url.GetName();
+    stored.url = std::move(url);
     stored.vdata = std::move(vdata);
     // What was replaced lies under hidden names now.
     if (staged->purpose == StagedVersion::PURPOSE::OVERWRITE) DeleteHidden(GetRoot(), hidden);
@@ -75,9 +74,28 @@ Result<void> UrlAssetRepositoryImpl::PublishVersionImpl(AssetStoreResult& stored
     return OK;
 }
 
-Result<void> UrlAssetRepositoryImpl::PublishSideTrees(const Url& hidden, const StagedVersion& staged,
-                                                      std::vector<SideTreeMove>& moves) {
-    for (const Url& tree : GetSideTrees()) TRY(PublishSideTree(tree, hidden, staged, moves));
+Result<void> UrlAssetRepositoryImpl::PublishWithSideTrees(const Url& hidden, const StagedVersion& staged,
+                                                          std::vector<SideTreeMove>& moves) {
+    const Bool isOverwrite = staged.purpose == StagedVersion::PURPOSE::OVERWRITE;
+    const std::vector<Url> trees = GetSideTrees();
+    const auto publishSideTrees = [&](Bool afterwards) -> Result<void> {
+        for (const Url& tree : trees) {
+            const Bool comesAfterwards = isOverwrite && tree == _places.user;
+            if (comesAfterwards == afterwards) TRY(PublishSideTree(tree, hidden, staged, moves));
+        }
+        return OK;
+    };
+    TRY(publishSideTrees(false));
+    const Url assetDirectory = hidden.GetDirectory();
+    TRY(MoveIntoPlace(hidden, staged));
+    // It is seen from here on, so whatever fails is taken back.
+    const Result<void> synced = CatchOutOfMemory([&] { return SyncNames(assetDirectory); });
+    const Result<void> finished = synced.IsOk() ? CatchOutOfMemory([&] { return publishSideTrees(true); }) : synced;
+    if (finished.IsOk()) return OK;
+    const Result<void> takenBack = CatchOutOfMemory([&] { return Exchange(staged.finalDirectory, hidden); });
+    if (takenBack.IsOk() || synced.IsError()) return finished;
+    // It is there to stay, and whole: what the user did for the old content stands beside it still.
+    Log(LOG_LEVEL::WARNING, "@ keeps the user's former values: @", staged.finalDirectory, finished.GetError()->GetMessage());
     return OK;
 }
 
@@ -112,17 +130,21 @@ void UrlAssetRepositoryImpl::TakeBack(const std::vector<SideTreeMove>& moves) {
         const Bool hidden = move.move == SideTreeMove::MOVE::HIDDEN;
         const Url& from = hidden ? move.hidden : move.final;
         const Url& to = hidden ? move.final : move.hidden;
-        from.IoRename(to, exchanged ? RENAME_MODE::EXCHANGE : RENAME_MODE::NO_REPLACE)
-            .Ignore("the error that led here tells more");
+        CatchOutOfMemory([&] {
+            return from.IoRename(to, exchanged ? RENAME_MODE::EXCHANGE : RENAME_MODE::NO_REPLACE);
+        }).Ignore("the error that led here tells more");
     }
 }
 
 void UrlAssetRepositoryImpl::DiscardVersionImpl(const AssetStoreResult& stored) {
-    const Result<Url> directory = GetVersionUrl(GetRoot(), stored.vdata);
-    if (directory.IsError() || !FindStaged(directory.GetValue())) return;
-    const Url hidden = GetPlainUrl(directory.GetValue());
-    for (const Url& tree : GetSideTrees()) DeleteHidden(tree, GetSideDirectory(tree, hidden));
-    DeleteHidden(GetRoot(), hidden);
+    CatchOutOfMemory([&]() -> Result<void> {
+        const Url directory = TRY(GetVersionUrl(GetRoot(), stored.vdata));
+        if (!FindStaged(directory)) return OK;
+        const Url hidden = GetPlainUrl(directory);
+        for (const Url& tree : GetSideTrees()) DeleteHidden(tree, GetSideDirectory(tree, hidden));
+        DeleteHidden(GetRoot(), hidden);
+        return OK;
+    }).Ignore("it is hidden, and the next sweep finds it");
 }
 
 }  // namespace talvo

@@ -12,19 +12,21 @@ constexpr FileLockOptions LOCK_OPTIONS{.file = FileLockOptions::EXISTING, .milli
 
 LockClass RepositoryLock::lockClass{"lock between processes", LOCK_FLAGS::IO};
 
-RepositoryLock::RepositoryLock(const Url& root) : _file(root + REPOSITORY_IDENTIFIER_FILE) {}
+RepositoryLock::State::State(Url url) : file(std::move(url), LOCK_OPTIONS) {}
+
+RepositoryLock::RepositoryLock(const Url& root) : _state(lockClass, root + REPOSITORY_IDENTIFIER_FILE) {}
 
 // The others wait here while the first waits for another process: none of them could go on anyway.
 Result<void> RepositoryLock::Enter() {
     auto state = _state.Write();
-    if (state->holders == 0) state->lock = TRY(FileLock::Acquire(_file, LOCK_OPTIONS));
+    if (state->holders == 0) TRY(state->file.Lock());
     ++state->holders;
     return OK;
 }
 
 void RepositoryLock::Leave() {
     auto state = _state.Write();
-    if (--state->holders == 0) state->lock.reset();
+    if (--state->holders == 0) state->file.Unlock();
 }
 
 Result<RepositoryWriteLock> RepositoryWriteLock::Create(RepositoryLock& lock) {

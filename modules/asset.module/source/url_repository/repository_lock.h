@@ -19,15 +19,15 @@ public:
 private:
     friend class RepositoryWriteLock;
     struct State {
+        explicit State(Url url);
         Int holders = 0;
-        Opt<FileLock> lock;
+        LockFile file;
     };
     Result<void> Enter();
     void Leave();
 
-    const Url _file;
     static LockClass lockClass;
-    Guarded<State, ARWLock> _state{lockClass};
+    Guarded<State, ARWLock> _state;
 };
 
 /// Holds the lock while something is given its final name, or taken away.

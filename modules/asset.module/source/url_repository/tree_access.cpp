@@ -85,7 +85,7 @@ Result<void> DeleteBelow(const Url& root, const Url& victim) {
 }
 
 void DeleteHidden(const Url& root, const Url& victim) {
-    const Result<void> deleted = DeleteBelow(root, victim);
+    const Result<void> deleted = CatchOutOfMemory([&] { return DeleteBelow(root, victim); });
     if (deleted.IsError()) {
         Log(LOG_LEVEL::WARNING, "@ stays behind for the next sweep: @", victim, deleted.GetError()->GetMessage());
     }
@@ -97,6 +97,16 @@ Result<Url> HideDirectory(const Url& directory) {
     hidden.SetName(name);
     TRY(directory.IoRename(hidden, RENAME_MODE::NO_REPLACE));
     return hidden;
+}
+
+Result<std::string> ReadTreeFile(const Url& file, Int64 limit) {
+    const IoConnectionRef connection = TRY(file.OpenConnection());
+    const Bool isLink = TRY(connection->IoIsLink());
+    if (isLink) {
+        return IoError::Create(FormatMessage(
+            "@ is not read, since it is a link, and none is followed in a repository. Put the file itself there.", file));
+    }
+    return FileUtilities::ReadFileToMemory(file, limit);
 }
 
 Result<void> WriteNewFile(const Url& url, std::string_view bytes) {
@@ -126,14 +136,26 @@ Result<void> SyncAll(const Url& directory) {
     return connection->IoSync();
 }
 
+Bool IsDurable() { return GetDurability() == DURABILITY::DURABLE; }
+
 }  // namespace
 
-Result<void> SyncTree(const Url& directory) {
-    return GetDurability() == DURABILITY::DURABLE ? SyncAll(directory) : Result<void>(OK);
+Result<void> MakeDirectory(const Url& directory) {
+    std::vector<Url> parents;
+    if (IsDurable()) {
+        for (Url url = directory; url.IoDetect() == IO_DETECT::NOT_THERE; url = url.GetDirectory())
+            parents.push_back(url.GetDirectory());
+    }
+    TRY(directory.IoCreateDirectory());
+    for (const Url& parent : parents) TRY(Sync(parent));
+    return OK;
 }
 
-Result<void> SyncNames(const Url& directory) {
-    return GetDurability() == DURABILITY::DURABLE ? Sync(directory) : Result<void>(OK);
+Result<void> SyncTree(const Url& url) {
+    if (!IsDurable()) return OK;
+    return url.IoDetect() == IO_DETECT::FILE ? Sync(url) : SyncAll(url);
 }
+
+Result<void> SyncNames(const Url& directory) { return IsDurable() ? Sync(directory) : Result<void>(OK); }
 
 }  // namespace talvo

@@ -33,13 +33,17 @@ void DeleteHidden(const Url& root, const Url& victim);
 /// Gives a directory a hidden name beside its own. @return its new url. Errors: IoError; it is where it was.
 Result<Url> HideDirectory(const Url& directory);
 
+/// The content of a file below the root. Errors: IoError that names it, also for a link, which is not followed, and for more than `limit` bytes.
+Result<std::string> ReadTreeFile(const Url& file, Int64 limit);
 /// A file in a directory that is ours alone. Errors: IoError that names it.
 Result<void> WriteNewFile(const Url& url, std::string_view bytes);
 /// Replaces a file whole or not at all.
 Result<void> ReplaceFile(const Url& url, std::string_view bytes);
 
-/// With DURABILITY::DURABLE, makes all that is below `directory` and its names survive a loss of power; else nothing.
-Result<void> SyncTree(const Url& directory);
+/// Makes it and what is missing above it. With DURABILITY::DURABLE the new names survive a loss of power.
+Result<void> MakeDirectory(const Url& directory);
+/// With DURABILITY::DURABLE, makes a file, or all that is below a directory and its names, survive a loss of power; else nothing.
+Result<void> SyncTree(const Url& url);
 /// The same for the names in one directory.
 Result<void> SyncNames(const Url& directory);
 

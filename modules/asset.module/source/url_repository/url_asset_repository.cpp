@@ -61,7 +61,7 @@ Result<Url> UrlAssetRepositoryImpl::GetVersionDirectory(const AssetDescription& 
         const std::string second = TRY(MakeHashedDirectoryName(aid));
         for (const std::string* name : {&first, &second}) {
             const Url directory = GetRoot() + *name;
-            const Opt<AssetInfo> info = ReadAssetInfo(directory);
+            const Opt<AssetInfo> info = TRY(ReadAssetInfo(directory));
             if (info && info->id == aid) return directory + MakeDeletedDirectoryName(asset.GetVersionKey().counter);
         }
         return IllegalArgumentError::Create(FormatMessage("The directory of @ in repository @ is not known.", asset, GetId()));

@@ -70,6 +70,9 @@ public:
 
 private:
     // Loading
+    struct FoundAsset;
+    Result<std::vector<FoundAsset>> ListAssetDirectories();
+    Result<void> ReadInfos(std::vector<FoundAsset>& assets);
     struct LoadedVersion;
     Result<Opt<LoadedVersion>> LoadVersion(const Id& aid, const Url& assetDirectory, const VersionDirectory& version);
     Result<void> LoadVersionId(const VersionDirectory& version, const VersionContent& content, LoadedVersion& loaded);
@@ -87,11 +90,13 @@ private:
     Result<Opt<Staging>> ReserveNewVersion(const Url& assetDirectory, UInt number, Bool deleted);
     Result<Staging> StageOverwrite(const Url& assetDirectory, UInt number);
     Result<AssetStoreResult> WriteVersion(const PayloadRequest& request, const Staging& staging);
-    Result<void> PublishSideTrees(const Url& hidden, const StagedVersion& staged, std::vector<SideTreeMove>& moves);
+    Result<void> PublishWithSideTrees(const Url& hidden, const StagedVersion& staged, std::vector<SideTreeMove>& moves);
     Result<void> PublishSideTree(const Url& tree, const Url& hidden, const StagedVersion& staged,
                                  std::vector<SideTreeMove>& moves);
     void TakeBack(const std::vector<SideTreeMove>& moves);
     Result<Opt<Url>> HideAsset(const Url& directory);
+    /// Whether this process made the directory and nobody has looked into it since. True once only.
+    Bool TakeFresh(const Id& assetDirectory);
 
     // Metadata
     /// The directory for values of `kind`, which need not exist. Nothing where this repository has no tree for them.
@@ -102,7 +107,9 @@ private:
     Result<void> WriteDocument(const Url& directory, const Bool staged, const InternedId& metaId, const Data& data, KIND kind);
     Result<Data> WriteFileValue(const Url& directory, const Bool staged, const InternedId& metaId, const Url& source,
                                 const IdAndVersion& asset, KIND kind);
-    Result<void> RemoveValue(const Url& directory, const InternedId& metaId, KIND kind, std::string_view except);
+    /// What holds the value of `metaId` in this directory, but for the file named `except`.
+    static Result<std::vector<Url>> FindValueFiles(const Url& directory, const InternedId& metaId, KIND kind,
+                                                   std::string_view except);
 
     /// Directory of a version in the derived or user tree: `<tree>/<asset directory>/<n>`.
     static Url GetSideDirectory(const Url& tree, const Url& versionDirectory);
@@ -119,6 +126,8 @@ private:
     std::atomic<Bool> _hasIndex{false};
     std::atomic<Bool> _changedSinceSync{false};
     Guarded<String, Spinlock> _repositoryName;
+    /// Names of asset directories that were made just now: the first look for versions, which follows at once, needs no listing.
+    Guarded<HashSet<Id>, Spinlock> _freshDirectories;
 };
 
 /// Url of a metadata value that is the file `name` in `directory`, which resolves to it.
