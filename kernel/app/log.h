@@ -4,6 +4,7 @@
 #include "kernel/base/delegate.h"
 #include "kernel/text/format.h"
 
+#include <new>
 #include <string>
 
 namespace talvo {
@@ -14,7 +15,11 @@ enum class LOG_LEVEL { DIAGNOSTIC, MESSAGE, WARNING, CRITICAL };
 void LogLine(LOG_LEVEL level, const std::string& line);
 template <typename... ARGS>
 void Log(LOG_LEVEL level, std::string_view pattern, const ARGS&... args) {
-    LogLine(level, FormatMessage(pattern, args...));
+    try {
+        LogLine(level, FormatMessage(pattern, args...));
+    } catch (const std::bad_alloc&) {
+        // What was to be told goes on without its word in the log.
+    }
 }
 /// Null restores the default.
 void SetLogSink(Delegate<void(LOG_LEVEL, const std::string&)> sink);

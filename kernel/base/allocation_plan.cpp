@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 namespace talvo {
 
@@ -46,6 +47,9 @@ void AllocationPlan::SetFromEnvironment() {
 
 void AllocationPlan::Clear() { t_plan.isOn = false; }
 
+AllocationPlan::Pause::Pause() : _wasOn(std::exchange(t_plan.isOn, false)) {}
+AllocationPlan::Pause::~Pause() { t_plan.isOn = _wasOn; }
+
 Int AllocationPlan::GetAllocationCount() { return t_plan.count; }
 
 Bool AllocationPlan::WasHit() { return t_plan.wasHit; }
@@ -80,6 +84,8 @@ namespace talvo {
 Bool AllocationPlan::Set(std::string_view) { return false; }
 void AllocationPlan::SetFromEnvironment() {}
 void AllocationPlan::Clear() {}
+AllocationPlan::Pause::Pause() = default;
+AllocationPlan::Pause::~Pause() = default;
 Int AllocationPlan::GetAllocationCount() { return 0; }
 Bool AllocationPlan::WasHit() { return false; }
 

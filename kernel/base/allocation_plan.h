@@ -18,6 +18,19 @@ Bool Set(std::string_view plan);
 void SetFromEnvironment();
 /// From here on nothing is hit or counted.
 void Clear();
+
+/// Allocations of this thread neither count nor fail while it lives: for checks that only test builds have. Nothing in other builds.
+class Pause {
+public:
+    Pause();
+    ~Pause();
+    Pause(const Pause&) = delete;
+    Pause& operator=(const Pause&) = delete;
+
+private:
+    [[maybe_unused]] Bool _wasOn = false;
+};
+
 /// Allocations counted since the last Set.
 Int GetAllocationCount();
 /// True if one failed since the last Set.

@@ -13,10 +13,19 @@ std::string FirstMessage(const std::vector<ErrorRef>& errors) { return errors.em
 
 ErrorRef FirstError(const std::vector<ErrorRef>& errors) { return errors.empty() ? ErrorRef() : errors[0]; }
 
+// Made before there can be need of it.
+[[gnu::used]] const ErrorRef OUT_OF_MEMORY = detail::GetOutOfMemoryError();
+
 }  // namespace
 
 AggregatedError::AggregatedError(std::vector<ErrorRef> errors, SourceLocation location)
     : Error(ID, FirstMessage(errors), location, FirstError(errors)), _errors(std::move(errors)) {}
+
+ErrorRef detail::GetOutOfMemoryError() noexcept {
+    static const auto& error = *new ErrorRef(
+        OutOfMemoryError::Create("Out of memory. Close other work or give the process more memory, then try again."));
+    return error;
+}
 
 void detail::AbortOnError(const Error& error, SourceLocation location) {
     const SourceLocation origin = error.GetLocation();

@@ -94,4 +94,9 @@ TALVO_ERROR_CLASS(UnregisteredDataTypeError, "unregistereddatatype");
 /// A job was cancelled.
 TALVO_ERROR_CLASS(OperationCancelledError, "OperationCancelledError");
 
+namespace detail {
+/// The error for where there is no memory to make one.
+ErrorRef GetOutOfMemoryError() noexcept;
+}  // namespace detail
+
 }  // namespace talvo

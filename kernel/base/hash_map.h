@@ -3,16 +3,17 @@
 
 #include "kernel/base/result.h"
 
-#include <absl/container/flat_hash_map.h>
-#include <absl/container/flat_hash_set.h>
+#include <absl/hash/hash.h>
 
 #include <algorithm>
+#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
 namespace talvo {
 
-/// Map in no defined order. Pointers to values don't outlive the next growth.
+/// Map in no defined order. Pointers to values stay valid until those are erased. An insertion that fails leaves it as it was.
 template <typename K, typename V>
 class HashMap {
 public:
@@ -41,7 +42,7 @@ public:
     Bool Erase(const K& key) { return _map.erase(key) != 0; }
     template <typename PREDICATE>
     void EraseIf(PREDICATE&& predicate) {
-        absl::erase_if(_map, std::forward<PREDICATE>(predicate));
+        std::erase_if(_map, std::forward<PREDICATE>(predicate));
     }
     void Reset() { _map.clear(); }
     /// Keys in ascending order, for whatever leaves the process. Throws std::bad_alloc.
@@ -58,7 +59,7 @@ public:
     auto end() const { return _map.end(); }
 
 private:
-    absl::flat_hash_map<K, V> _map;
+    std::unordered_map<K, V, absl::Hash<K>> _map;
 };
 
 /// Set in no defined order.
@@ -76,7 +77,7 @@ public:
     auto end() const { return _set.end(); }
 
 private:
-    absl::flat_hash_set<K> _set;
+    std::unordered_set<K, absl::Hash<K>> _set;
 };
 
 }  // namespace talvo

@@ -1,5 +1,6 @@
 #include "kernel/base/id.h"
 
+#include "kernel/base/hash_growth.h"
 #include "kernel/base/result.h"
 
 #include <absl/container/flat_hash_set.h>
@@ -109,6 +110,7 @@ InternedEntry* Intern(const Id& id) {
         (*found)->holders.fetch_add(1, std::memory_order_relaxed);
         return *found;
     }
+    EnsureRoomForOne(shard.entries);
     auto entry = std::make_unique<InternedEntry>(id);
     shard.entries.insert(entry.get());
     return entry.release();

@@ -161,8 +161,7 @@ auto CatchOutOfMemory(WORK&& work) -> decltype(work()) {
     try {
         return std::forward<WORK>(work)();
     } catch (const std::bad_alloc&) {
-        return ErrorRef(
-            OutOfMemoryError::Create("Out of memory. Close other work or give the process more memory, then try again."));
+        return detail::GetOutOfMemoryError();
     }
 }
 

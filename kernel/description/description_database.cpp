@@ -50,16 +50,38 @@ Result<Bool> Change(FunctionRef<Result<Bool>(BaseArray<Registration>&)> change) 
     }
 }
 
+Bool Erase(BaseArray<Registration>& entries, const Id& databaseId, const ImplRef* only) {
+    for (Int i = 0; i < entries.GetCount(); ++i) {
+        if (entries[i].id != databaseId || (only && entries[i].database != *only)) continue;
+        entries.Erase(i);
+        return true;
+    }
+    return false;
+}
+
 Result<Bool> Unregister(const Id& databaseId, const ImplRef* only) {
     return CatchOutOfMemory([&] {
-        return Change([&](BaseArray<Registration>& entries) -> Result<Bool> {
-            for (Int i = 0; i < entries.GetCount(); ++i) {
-                if (entries[i].id != databaseId || (only && entries[i].database != *only)) continue;
-                entries.Erase(i);
-                return true;
+        return Change([&](BaseArray<Registration>& entries) -> Result<Bool> { return Erase(entries, databaseId, only); });
+    });
+}
+
+/// What a registration does about an id that has one already.
+enum class TAKEN { IS_AN_ERROR, IS_REPLACED };
+
+Result<void> Register(const Id& databaseId, const ImplRef& database, TAKEN taken) {
+    if (databaseId.IsEmpty()) return IllegalArgumentError::Create("A description database needs an id that is not empty.");
+    if (!database) return NullptrError::Create(FormatMessage("There is no description database to register as @.", databaseId));
+    return CatchOutOfMemory([&]() -> Result<void> {
+        TRY(Change([&](BaseArray<Registration>& entries) -> Result<Bool> {
+            const Bool wasTaken = Erase(entries, databaseId, nullptr);
+            if (wasTaken && taken == TAKEN::IS_AN_ERROR) {
+                return IllegalArgumentError::Create(
+                    FormatMessage("The description database @ is registered already.", databaseId));
             }
-            return false;
-        });
+            TRY(entries.Append({databaseId, database}));
+            return true;
+        }));
+        return OK;
     });
 }
 
@@ -126,20 +148,11 @@ private:
 }  // namespace
 
 Result<void> DataDescriptionDefinitionDatabase::RegisterDatabase(const Id& databaseId, const ImplRef& database) {
-    if (databaseId.IsEmpty()) return IllegalArgumentError::Create("A description database needs an id that is not empty.");
-    if (!database) return NullptrError::Create(FormatMessage("There is no description database to register as @.", databaseId));
-    return CatchOutOfMemory([&]() -> Result<void> {
-        TRY(Change([&](BaseArray<Registration>& entries) -> Result<Bool> {
-            for (const Registration& registration : entries) {
-                if (registration.id != databaseId) continue;
-                return IllegalArgumentError::Create(
-                    FormatMessage("The description database @ is registered already.", databaseId));
-            }
-            TRY(entries.Append({databaseId, database}));
-            return true;
-        }));
-        return OK;
-    });
+    return Register(databaseId, database, TAKEN::IS_AN_ERROR);
+}
+
+Result<void> DataDescriptionDefinitionDatabase::ReplaceDatabase(const Id& databaseId, const ImplRef& database) {
+    return Register(databaseId, database, TAKEN::IS_REPLACED);
 }
 
 Result<Bool> DataDescriptionDefinitionDatabase::UnregisterDatabase(const Id& databaseId) {

@@ -78,6 +78,9 @@ public:
 
     /// Errors: IllegalArgumentError if the id is empty or taken, NullptrError without a database; OutOfMemoryError.
     static Result<void> RegisterDatabase(const Id& databaseId, const ImplRef& database);
+    /// As RegisterDatabase, but takes the place of one that is registered under the id, in one step: of threads that do so at once each
+    /// succeeds, and the last one stays. Errors: IllegalArgumentError if the id is empty, NullptrError; OutOfMemoryError.
+    static Result<void> ReplaceDatabase(const Id& databaseId, const ImplRef& database);
     /// @return false if nothing was registered under the id, which is no error.
     static Result<Bool> UnregisterDatabase(const Id& databaseId);
     /// As the other, but only if `database` is what is registered: a later repository of the same id may have taken its place.

@@ -1,6 +1,7 @@
 #include "kernel/io/file_errors.h"
 
 #include "kernel/text/format.h"
+#include "kernel/text/message_text.h"
 
 #include <cerrno>
 #include <cstring>
@@ -44,12 +45,14 @@ std::string GetReason(int error) {
 }  // namespace
 
 ErrorRef MakeFileError(std::string_view verb, std::string_view path, int error, SourceLocation location) {
-    return IoError::Create(FormatMessage("Can't @ @: @.@", verb, MakeUtf8(path), GetReason(error), GetAdvice(error)), location);
+    return IoError::Create(FormatMessage("Can't @ @: @.@", verb, ShortenForMessage(path), GetReason(error), GetAdvice(error)),
+                           location);
 }
 
 ErrorRef MakeFileError(std::string_view verb, std::string_view from, std::string_view to, int error, SourceLocation location) {
-    return IoError::Create(
-        FormatMessage("Can't @ @ to @: @.@", verb, MakeUtf8(from), MakeUtf8(to), GetReason(error), GetAdvice(error)), location);
+    return IoError::Create(FormatMessage("Can't @ @ to @: @.@", verb, ShortenForMessage(from), ShortenForMessage(to),
+                                         GetReason(error), GetAdvice(error)),
+                           location);
 }
 
 }  // namespace talvo

@@ -6,9 +6,8 @@
 #include "kernel/io/memory_streams.h"
 #include "kernel/text/format.h"
 
-#include <absl/container/flat_hash_map.h>
-
 #include <cerrno>
+#include <unordered_map>
 #include <utility>
 
 namespace talvo {
@@ -18,7 +17,7 @@ namespace {
 class VolumeImpl;
 
 /// The open volumes by name. Weak: the volume's owner decides how long it lives.
-using VolumeTable = Guarded<absl::flat_hash_map<std::string, WeakRef<VolumeImpl>>, Spinlock>;
+using VolumeTable = Guarded<std::unordered_map<std::string, WeakRef<VolumeImpl>>, Spinlock>;
 
 /// Never destroyed: volumes may still go when statics do.
 VolumeTable& GetVolumes() {

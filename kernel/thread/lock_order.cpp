@@ -2,6 +2,8 @@
 
 #ifdef TALVO_LOCK_CHECK
 
+#include "kernel/base/allocation_plan.h"
+
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -96,6 +98,7 @@ void CheckFlags(const LockClass& before, const LockClass& after) {
 void CheckOrder(UInt32 before, UInt32 after, const LockClass& afterClass) {
     Graph& graph = GetGraph();
     if (before == after || graph.follows[before][after].load(std::memory_order_acquire)) return;
+    const AllocationPlan::Pause pause;
     const std::lock_guard lock(graph.mutex);
     std::array<Bool, MAX_CLASSES> visited{};
     const std::string path = DescribePath(graph, after, before, visited);

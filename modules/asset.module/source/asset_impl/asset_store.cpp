@@ -7,6 +7,7 @@
 // version is later than that of the one before, so that a clock set back hides nothing; 4. a value that is to be carried over is carried or the store fails.
 #include "asset_impl/repository_engine.h"
 #include "asset_types/asset_description_impl.h"
+#include "kernel/text/message_text.h"
 
 namespace talvo {
 
@@ -51,8 +52,9 @@ Result<void> CheckIdText(const Id& id, const char* what) {
             const Bool plain = UChar(each) >= 0x20 && UChar(each) != 0x7f;
             shown += plain ? std::string(1, each) : "\\x" + ToHex(std::string_view(&each, 1));
         }
-        return IllegalArgumentError::Create(FormatMessage(
-            "The @ \"@\" contains a control character. Use an id without line ends and other control characters.", what, shown));
+        return IllegalArgumentError::Create(
+            FormatMessage("The @ \"@\" contains a control character. Use an id without line ends and other control characters.",
+                          what, ShortenForMessage(shown)));
     }
     return OK;
 }

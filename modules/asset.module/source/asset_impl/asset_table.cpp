@@ -1,5 +1,7 @@
 #include "asset_impl/asset_table.h"
 
+#include "kernel/base/hash_growth.h"
+
 #include "kernel/base/hashing.h"
 
 #include <algorithm>
@@ -90,6 +92,7 @@ Result<AssetIdData*> AssetTable::Ensure(const Id& id, const Id& type) {
     return CatchOutOfMemory([&]() -> Result<AssetIdData*> {
         auto index = GetShard(hash).index.Write();
         if (const auto found = index->find(Key{id, hash}); found != index->end()) return *found;
+        EnsureRoomForOne(*index);
         AssetIdData& record = MakeRecord(id, type, hash);
         index->insert(&record);
         record.erased.store(false, std::memory_order_release);

@@ -1,5 +1,6 @@
 // The one road by which a value is written after its version exists.
 #include "asset_impl/repository_engine.h"
+#include "kernel/text/message_text.h"
 
 namespace talvo {
 
@@ -18,8 +19,8 @@ Result<void> CheckMetaId(const InternedId& metaId) {
     for (Int i = 0; i < length; ++i) {
         const Utf32Char c = text.GetChar(i);
         if (c < 0x80 && IsMetaIdCharacter(char(c))) continue;
-        return IllegalArgumentError::Create(
-            FormatMessage("Meta data id @ contains illegal character @.", metaId, GetCharacterAt(text, i)));
+        return IllegalArgumentError::Create(FormatMessage("Meta data id @ contains illegal character @.",
+                                                          ShortenForMessage(text.GetView()), GetCharacterAt(text, i)));
     }
     return OK;
 }

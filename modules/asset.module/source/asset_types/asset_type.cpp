@@ -8,6 +8,9 @@
 #include "kernel/io/connection.h"
 #include "kernel/text/format.h"
 
+#include <memory>
+#include <new>
+
 namespace talvo {
 
 namespace {
@@ -23,11 +26,11 @@ constexpr LiteralId MODULE_ID{"net.talvo.asset"};
 }();
 
 Registry<AssetType>& MakeAssetTypes() {
-    auto* types = new Registry<AssetType>("net.talvo.registry.assettypes"_id);
+    auto types = std::make_unique<Registry<AssetType>>("net.talvo.registry.assettypes"_id);
     const AssetType file = MakeFileAssetType();
-    types->Register(file->GetId(), file)
-        .Ignore("the first entry of an empty registry can only fail for lack of memory; then files are of an unknown type");
-    return *types;
+    // The first entry of an empty registry can only fail for lack of memory; thrown, so that the next one who asks makes it.
+    if (types->Register(file->GetId(), file).IsError()) throw std::bad_alloc();
+    return *types.release();
 }
 
 }  // namespace

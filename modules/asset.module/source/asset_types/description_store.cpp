@@ -124,10 +124,7 @@ Result<StrongRef<DataDescriptionDefinitionDatabaseImplInterface>> CreateAssetDes
     return CatchOutOfMemory([&]() -> Result<StrongRef<DataDescriptionDefinitionDatabaseImplInterface>> {
         const StrongRef<DataDescriptionDefinitionDatabaseImplInterface> database(
             new AssetDescriptionDatabase(databaseId, repository));
-        if (DataDescriptionDefinitionDatabase::RegisterDatabase(databaseId, database).IsError()) {
-            TRY(DataDescriptionDefinitionDatabase::UnregisterDatabase(databaseId));
-            TRY(DataDescriptionDefinitionDatabase::RegisterDatabase(databaseId, database));
-        }
+        TRY(DataDescriptionDefinitionDatabase::ReplaceDatabase(databaseId, database));
         return database;
     });
 }

@@ -7,7 +7,7 @@
 namespace talvo {
 
 /// Makes the database of `repository`, which it knows weakly, and registers it; one that an earlier repository of the id left there gives way.
-/// Errors: those of RegisterDatabase.
+/// Errors: those of ReplaceDatabase.
 Result<StrongRef<DataDescriptionDefinitionDatabaseImplInterface>> CreateAssetDescriptionDatabase(
     const Id& databaseId, const AssetRepositoryRef& repository);
 

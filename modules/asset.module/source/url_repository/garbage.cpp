@@ -48,7 +48,7 @@ public:
         Bool goOn = TRY(SweepNames(root, root));
         const BaseArray<IoEntry> entries = TRY(BrowseTree(root));
         for (const IoEntry& entry : entries) {
-            const Bool isAsset = entry.kind == IO_DETECT::DIRECTORY && ReadAssetInfo(root + entry.name);
+            const Bool isAsset = entry.kind == IO_DETECT::DIRECTORY && ReadAssetInfo(root + entry.name).GetValueOr({});
             if (!isAsset) continue;
             if (goOn) goOn = TRY(SweepAsset(root, entry.name));
             for (const Url& tree : _sideTrees) {

@@ -13,9 +13,13 @@ namespace talvo {
 
 namespace {
 
+/// Nothing for one that is damaged, be it that it is too long.
 Result<Opt<HashFile>> ReadHashFile(const Url& versionDirectory) {
-    const std::string text = TRY(FileUtilities::ReadFileToMemory(versionDirectory + HASH_FILE_NAME, MAX_HASH_FILE_SIZE));
-    return ParseHashFile(text);
+    const Url file = versionDirectory + HASH_FILE_NAME;
+    const Result<std::string> text = FileUtilities::ReadFileToMemory(file, MAX_HASH_FILE_SIZE);
+    if (text.IsOk()) return ParseHashFile(text.GetValue());
+    const Bool isTooLong = file.GetContentLength().GetValueOr(0) > MAX_HASH_FILE_SIZE;
+    return isTooLong ? Result<Opt<HashFile>>(Opt<HashFile>()) : Result<Opt<HashFile>>(text.GetError());
 }
 
 }  // namespace
@@ -32,6 +36,8 @@ struct UrlAssetRepositoryImpl::LoadedVersion {
 Result<void> UrlAssetRepositoryImpl::LoadVersionsImpl(const Id& aid, const Id& type, const Data& adata,
                                                       AssetVersionReceiver receiver) {
     const UrlAssetData asset = TRY(adata.Get<UrlAssetData>());
+    // Whoever stored there meanwhile is met when the number is reserved.
+    if (TakeFresh(asset.directory)) return OK;
     const Url directory = GetRoot() + asset.directory.GetView();
     const std::vector<VersionDirectory> versions = TRY(ScanAssetDirectory(directory));
     Opt<UInt> last;
@@ -128,6 +134,8 @@ Result<void> UrlAssetRepositoryImpl::LoadTime(LoadedVersion& loaded) {
     AssetMetaDataEntry* entry = loaded.metaData.Find(id);
     if (!entry || entry->loaded) return OK;
     Result<Data> read = ReadMetaDataDocument(loaded.directory, id, entry->kind);
+    // One that is there and only can't be read now must not turn the order of versions around.
+    if (read.IsError() && !FileFormatError::IsClassOf(read.GetError())) return read.GetError();
     if (read.IsError()) {
         Log(LOG_LEVEL::WARNING, "@ comes before all others: @", loaded.directory, read.GetError()->GetMessage());
         return OK;

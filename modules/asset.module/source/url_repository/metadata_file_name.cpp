@@ -2,6 +2,7 @@
 
 #include "asset_impl/metadata_kinds.h"
 #include "kernel/text/format.h"
+#include "kernel/text/message_text.h"
 
 #include <algorithm>
 
@@ -86,7 +87,7 @@ Result<void> CheckStorableKey(const InternedId& key) {
         FormatMessage("Meta data id \"@\" can't be stored: its file would be taken for something else. Use an id that is not "
                       "empty, does not begin with "
                       "\".\" and is neither \"asset\" nor begins with \"asset.\".",
-                      key));
+                      ShortenForMessage(key.GetView())));
 }
 
 }  // namespace talvo

@@ -36,9 +36,11 @@ private:
     Result<void> CheckAsset() {
         const std::vector<VersionDirectory> versions = TRY(ScanAssetDirectory(_check.directory));
         const Url infoFile = _check.directory + ASSET_INFO_NAME;
-        Opt<AssetInfo> info = ReadAssetInfo(_check.directory);
-        if (info) {
-            _check.id = std::move(info->id);
+        const Result<Opt<AssetInfo>> info = ReadAssetInfo(_check.directory);
+        if (info.IsError()) {
+            Report(PROBLEM::ASSET_INFO_DAMAGED, infoFile, Explain(info.GetError()));
+        } else if (info.GetValue()) {
+            _check.id = info.GetValue()->id;
         } else if (!versions.empty() || infoFile.IoDetect() != IO_DETECT::NOT_THERE) {
             Report(PROBLEM::ASSET_INFO_DAMAGED, infoFile,
                    "It doesn't say which asset this is, so that its versions are not seen. Restore its two lines: asset id and "

@@ -13,7 +13,7 @@ constexpr Int64 MAX_COUNTER_SIZE = 4096;
 constexpr UInt MAX_NUMBER = UInt(INT64_MAX);
 
 UInt ReadCounter(const Url& file) {
-    const Result<std::string> text = FileUtilities::ReadFileToMemory(file, MAX_COUNTER_SIZE);
+    const Result<std::string> text = ReadTreeFile(file, MAX_COUNTER_SIZE);
     return text.IsOk() ? ParseVersionCounter(text.GetValue()) : 0;
 }
 
