@@ -54,7 +54,7 @@ foreach(switch TALVO_FAULTS TALVO_LOCK_CHECK)
 endforeach()
 # Shared libraries know what they need, static ones must be told.
 set(pcPrivate "icu-i18n icu-uc libcrypto libxxhash flatbuffers")
-set(pcPublic "absl_flat_hash_map absl_flat_hash_set absl_node_hash_map absl_hash")
+set(pcPublic "absl_flat_hash_set absl_hash")
 if(NOT BUILD_SHARED_LIBS)
     string(APPEND pcPublic " ${pcPrivate}")
     set(pcPrivate "")

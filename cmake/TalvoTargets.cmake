@@ -24,7 +24,7 @@ if(kernelSources)
     target_compile_definitions(talvo_kernel PUBLIC
         $<$<BOOL:${TALVO_FAULTS}>:TALVO_FAULTS=1> $<$<BOOL:${TALVO_LOCK_CHECK}>:TALVO_LOCK_CHECK=1>)
     target_link_libraries(talvo_kernel
-        PUBLIC absl::flat_hash_map absl::flat_hash_set absl::node_hash_map absl::hash Threads::Threads
+        PUBLIC absl::flat_hash_set absl::hash Threads::Threads
         PRIVATE ICU::uc ICU::i18n nlohmann_json::nlohmann_json flatbuffers::flatbuffers OpenSSL::Crypto XxHash::XxHash)
     target_precompile_headers(talvo_kernel PRIVATE ${PROJECT_SOURCE_DIR}/cmake/pch_std.h)
 endif()

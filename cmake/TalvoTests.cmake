@@ -17,9 +17,13 @@ endfunction()
 talvo_select(kernelTests "^tests/kernel/")
 talvo_sources(talvoTests tests/talvo/*.cpp)  # with what runs the program
 talvo_select(concurrencyTests "^tests/concurrency/")
+# With the fuzz targets, which are replayed on their corpora.
+talvo_sources(hostileTests tests/hostile/*.cpp)
+talvo_sources(fuzzSources fuzz/*.cpp)
+list(REMOVE_ITEM fuzzSources fuzz/fuzz_driver.cpp)
 # Whatever is not one of these is a test of the module.
 set(assetTests ${allTests})
-list(FILTER assetTests EXCLUDE REGEX "^tests/(kernel|talvo|concurrency|package|support)/")
+list(FILTER assetTests EXCLUDE REGEX "^tests/(kernel|talvo|concurrency|hostile|package|support)/")
 
 # One precompiled header for all test binaries; they are compiled with the same options.
 file(WRITE ${PROJECT_BINARY_DIR}/test_pch.cpp.new "// Carries the precompiled header of the tests.\n")
@@ -66,6 +70,7 @@ endfunction()
 
 talvo_test_binary(kernel_tests talvo_kernel ${kernelTests})
 talvo_test_binary(asset_tests talvo_assets ${assetTests})
+talvo_test_binary(hostile_tests talvo_assets ${hostileTests} ${fuzzSources})
 if(TARGET talvo_assets)
     talvo_test_binary(concurrency_tests talvo_assets ${concurrencyTests})
 else()
@@ -76,6 +81,10 @@ if(TARGET talvo)
 endif()
 if(TARGET asset_tests)
     target_include_directories(asset_tests PRIVATE ${moduleRoots})
+endif()
+if(TARGET hostile_tests)
+    target_include_directories(hostile_tests PRIVATE ${moduleRoots})
+    target_compile_definitions(hostile_tests PRIVATE TALVO_CORPUS="${PROJECT_SOURCE_DIR}/fuzz/corpus")
 endif()
 if(TARGET talvo_tests)
     target_compile_definitions(talvo_tests PRIVATE TALVO_BINARY="$<TARGET_FILE:talvo>")

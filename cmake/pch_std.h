@@ -29,4 +29,4 @@
 #include <variant>
 #include <vector>
 
-#include <absl/container/flat_hash_map.h>
+#include <absl/container/flat_hash_set.h>

@@ -81,13 +81,12 @@ ChildEnd RunChild(FunctionRef<void(const Teller&)> work) {
     if (!inTime) kill(child, SIGABRT);
     close(ends[0]);
     int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {}
     ChildEnd end;
     end.lines = SplitLines(text);
     end.wasKilled = WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
     end.hasFinished = WIFEXITED(status) && WEXITSTATUS(status) == 0;
-    end.how = !inTime             ? "it hung"
+    end.how = !inTime               ? "it hung"
               : WIFSIGNALED(status) ? "it ended by signal " + std::to_string(WTERMSIG(status))
                                     : "it ended with exit code " + std::to_string(WEXITSTATUS(status));
     return end;

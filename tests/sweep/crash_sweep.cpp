@@ -1,8 +1,10 @@
 // Stops, fails and starves each operation of each workload in turn, and checks what is left.
 //
-//   crash_sweep [--mode=kill,fail,short,oom,power] [--workload=NAME] [--jobs=N] [--break=bytes|lost|touched|extra]
+//   crash_sweep [--mode=kill,fail,short,oom,power] [--workload=NAME] [--jobs=N] [--break=bytes|lost|touched|extra] [--plan=PLAN]
 //
+// --break damages what is checked, which must be found. --plan takes one plan only, as a violation names it.
 // Prints each violation and one line a mode at the end. Exit codes: 0 no violation, 1 violations, 2 it could not run.
+#include "kernel/app/log.h"
 #include "tests/sweep/sweep_run.h"
 
 #include <sys/mman.h>
@@ -30,7 +32,7 @@ constexpr std::array<ModeName, 5> MODES{
 struct Options {
     std::string modes;
     std::string workload;
-    std::string damage;
+    SweepOptions sweep;
     Int jobs = 2;
 };
 
@@ -55,7 +57,7 @@ Options ReadOptions(int count, char** arguments) {
         std::string jobs;
         const std::string argument = arguments[i];
         if (ReadOption(argument, "mode", options.modes) || ReadOption(argument, "workload", options.workload) ||
-            ReadOption(argument, "break", options.damage)) {
+            ReadOption(argument, "break", options.sweep.damage) || ReadOption(argument, "plan", options.sweep.plan)) {
             continue;
         }
         if (!ReadOption(argument, "jobs", jobs) || std::atoi(jobs.c_str()) < 1) GiveUp("can't read " + argument);
@@ -87,7 +89,7 @@ void Work(const std::vector<Task>& tasks, const Options& options, Progress& prog
         const Int number = progress.next++;
         if (number >= Int(tasks.size())) return;
         const Task& task = tasks[std::size_t(number)];
-        const SweepCounts counts = RunSweep(MODES[task.mode].mode, *task.workload, options.damage);
+        const SweepCounts counts = RunSweep(MODES[task.mode].mode, *task.workload, options.sweep);
         progress.points[task.mode] += counts.points;
         progress.violations[task.mode] += counts.violations;
     }
@@ -99,6 +101,8 @@ int Main(int count, char** arguments) {
     void* memory = mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED) GiveUp("no memory to share");
     Progress& progress = *new (memory) Progress;
+    // Each fault is told by the log as well; what counts here is what is left.
+    SetLogSink([](LOG_LEVEL, const std::string&) {});
     const auto begin = std::chrono::steady_clock::now();
     for (Int i = 0; i < options.jobs; ++i) {
         if (fork() != 0) continue;
@@ -114,7 +118,9 @@ int Main(int count, char** arguments) {
         std::printf("%-5s %8lld points, %lld violations\n", MODES[mode].name, static_cast<long long>(progress.points[mode]),
                     static_cast<long long>(progress.violations[mode]));
     }
-    std::printf("%lld s\n", static_cast<long long>(std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - begin).count()));
+    std::printf("%lld s\n",
+                static_cast<long long>(
+                    std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - begin).count()));
     if (progress.failed != 0) return 2;
     return violations == 0 ? 0 : 1;
 }

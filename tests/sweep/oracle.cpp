@@ -23,7 +23,11 @@ std::string Compare(const RepositoryState& found, const RepositoryState& expecte
     for (std::size_t i = 0; i < std::max(found.versions.size(), expected.versions.size()); ++i) {
         const std::string first = i < found.versions.size() ? found.versions[i] : "(nothing)";
         const std::string second = i < expected.versions.size() ? expected.versions[i] : "(nothing)";
-        if (first != second) return "\n      found    " + first.substr(0, 400) + "\n      expected " + second.substr(0, 400);
+        if (first == second) continue;
+        const auto differs = std::mismatch(first.begin(), first.end(), second.begin(), second.end()).first - first.begin();
+        const std::size_t start = std::size_t(std::max<std::ptrdiff_t>(differs - 100, 0));
+        const auto show = [&](const std::string& text) { return "..." + text.substr(std::min(start, text.size()), 300); };
+        return "\n      found    " + show(first) + "\n      expected " + show(second);
     }
     return {};
 }
@@ -65,8 +69,20 @@ std::vector<std::string> Oracle::CheckState(const RepositoryState& state, Int ac
         wrong.push_back("the state is neither that of before the step" + Compare(state, before) + "\n    nor that of after it" +
                         Compare(state, after));
     }
+    // They can't change in one step with the content, so each of them is looked at alone.
+    for (const std::string& line : state.user) {
+        const Bool stays = _workload.usersValuesMayStay && GetState(0).user.contains(line);
+        if (!stays && !before.user.contains(line) && !after.user.contains(line))
+            wrong.push_back("a value of the user came from nowhere: " + line);
+    }
+    for (const std::string& line : before.user) {
+        const Bool isUntouched = !before.HasSameVersions(after) && state.HasSameVersions(before);
+        const Bool mustStay = after.user.contains(line) || isUntouched;
+        if (mustStay && !state.user.contains(line)) wrong.push_back("a value of the user is lost: " + line);
+    }
     for (const std::string& line : state.derived) {
-        if (!before.derived.contains(line) && !after.derived.contains(line)) wrong.push_back("a derived value came from nowhere: " + line);
+        if (!before.derived.contains(line) && !after.derived.contains(line))
+            wrong.push_back("a derived value came from nowhere: " + line);
     }
     return wrong;
 }
@@ -88,7 +104,8 @@ void Oracle::Inspect(const Teller& teller, Int acknowledged) const {
         return;
     }
     std::vector<std::string> wrong = CheckState(state.GetValue(), acknowledged);
-    for (const auto& more : {CheckFurtherStore(state.GetValue()), CheckLeftovers()}) wrong.insert(wrong.end(), more.begin(), more.end());
+    for (const auto& more : {CheckFurtherStore(state.GetValue()), CheckLeftovers()})
+        wrong.insert(wrong.end(), more.begin(), more.end());
     for (const std::string& each : wrong) teller.Tell(each);
 }
 
@@ -107,7 +124,8 @@ std::vector<std::string> Oracle::CheckFurtherStore(const RepositoryState& before
         const std::string now = found == after.GetValue().numbers.end() ? "(nothing)" : found->second;
         if (now != content) wrong.push_back("number " + number + " held " + content + " and holds now " + now);
     }
-    if (after.GetValue().numbers.size() != before.numbers.size() + 2) wrong.push_back("two further stores didn't give two versions");
+    if (after.GetValue().numbers.size() != before.numbers.size() + 2)
+        wrong.push_back("two further stores didn't give two versions");
     return wrong;
 }
 
@@ -115,16 +133,18 @@ std::vector<std::string> Oracle::CheckFurtherStore(const RepositoryState& before
 std::vector<std::string> Oracle::CheckLeftovers() const {
     std::vector<std::string> wrong;
     const auto verify = [&](Bool swept) {
-        const auto checked = RepositoryMaintenance::Verify(_world.GetRoot(), 1, [&](const RepositoryFinding& finding) -> Result<Bool> {
-            const Bool isLeftover = finding.problem == PROBLEM::LEFTOVER;
-            if (!isLeftover || swept) wrong.push_back("verify: " + ToText(finding.path.ToString()) + ": " + ToText(finding.explanation));
-            return true;
-        });
+        const auto checked =
+            RepositoryMaintenance::Verify(_world.GetRoot(), 1, [&](const RepositoryFinding& finding) -> Result<Bool> {
+                const Bool isLeftover = finding.problem == PROBLEM::LEFTOVER;
+                if (!isLeftover || swept)
+                    wrong.push_back("verify: " + ToText(finding.path.ToString()) + ": " + ToText(finding.explanation));
+                return true;
+            });
         if (checked.IsError()) wrong.push_back("verify: " + checked.GetError()->GetMessage());
     };
     verify(false);
-    const Result<void> swept = RepositoryMaintenance::CollectGarbage(
-        _world.GetRoot(), RepositoryMaintenance::GC_MODE::REMOVE, -1, [](const auto&) -> Result<Bool> { return true; });
+    const Result<void> swept = RepositoryMaintenance::CollectGarbage(_world.GetRoot(), RepositoryMaintenance::GC_MODE::REMOVE, -1,
+                                                                     [](const auto&) -> Result<Bool> { return true; });
     if (swept.IsError()) wrong.push_back("gc: " + swept.GetError()->GetMessage());
     std::vector<std::string> foreign;
     for (const std::string& left : _world.ListHidden(foreign)) wrong.push_back("gc left " + left);

@@ -62,7 +62,8 @@ Result<RepositoryState> RepositoryState::Read(const AssetRepositoryRef& reposito
             content = TRY(ReadTree(url));
         }
         const std::string id(aid.GetView());
-        std::string line = id + " " + std::string(each->GetTypeId().GetView()) + " " + std::string(version.GetView()) + " " + content;
+        std::string line =
+            id + " " + std::string(each->GetTypeId().GetView()) + " " + std::string(version.GetView()) + " " + content;
         state.numbers[id + "#" + std::to_string(each.GetVersionKey().counter)] = std::string(version.GetView()) + " " + content;
 
         BaseArray<AssetMetaDataExistingEntry> entries = TRY(each->GetMetaData()->GetExistingEntries());
@@ -73,6 +74,8 @@ Result<RepositoryState> RepositoryState::Read(const AssetRepositoryRef& reposito
             const std::string shown = std::string(key.GetView()) + "=" + value;
             if (HasFlag(kind, KIND::DERIVED)) {
                 state.derived.insert(id + " " + shown);
+            } else if (HasFlag(kind, KIND::USER)) {
+                state.user.insert(id + " " + std::string(version.GetView()) + " " + shown);
             } else {
                 // What is fixed and what isn't differ in memory only.
                 line += " " + std::to_string(UInt32(WithoutFlag(kind, KIND::READ_ONLY))) + ":" + shown;
@@ -86,6 +89,7 @@ Result<RepositoryState> RepositoryState::Read(const AssetRepositoryRef& reposito
 std::vector<std::string> RepositoryState::ToLines() const {
     std::vector<std::string> lines;
     for (const std::string& line : versions) lines.push_back("V" + line);
+    for (const std::string& line : user) lines.push_back("U" + line);
     for (const std::string& line : derived) lines.push_back("D" + line);
     for (const auto& [number, content] : numbers) lines.push_back("N" + number + " " + content);
     return lines;
@@ -96,6 +100,7 @@ RepositoryState RepositoryState::FromLines(const std::vector<std::string>& lines
     for (const std::string& line : lines) {
         const std::string rest = line.substr(1);
         if (line[0] == 'V') state.versions.push_back(rest);
+        if (line[0] == 'U') state.user.insert(rest);
         if (line[0] == 'D') state.derived.insert(rest);
         if (line[0] == 'N') state.numbers[rest.substr(0, rest.find(' '))] = rest.substr(rest.find(' ') + 1);
     }

@@ -9,14 +9,19 @@ namespace talvo::sweep {
 
 enum class MODE { KILL, FAIL, SHORT, OOM, POWER };
 
+struct SweepOptions {
+    std::string damage;  ///< what Damage does behind the oracle's back; empty: nothing
+    std::string plan;    ///< empty: all there are
+};
+
 /// What a sweep went through.
 struct SweepCounts {
     Int points = 0;
     Int violations = 0;
 };
 
-/// Prints each violation with the plan that led to it. @param self test option: "break-..." makes the oracle see damage, see Damage.
-SweepCounts RunSweep(MODE mode, const Workload& workload, const std::string& damage);
+/// Prints each violation with the plan that led to it.
+SweepCounts RunSweep(MODE mode, const Workload& workload, const SweepOptions& options);
 
 /// Damages a repository on purpose, so that one sees the oracle find it: "bytes", "lost", "touched", "extra".
 void Damage(const World& world, const std::string& kind);

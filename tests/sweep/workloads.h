@@ -16,6 +16,8 @@ struct Workload {
     std::vector<Step> before;  ///< without faults
     std::vector<Step> steps;   ///< each is acknowledged by itself
     enum class OPENING { BEFORE_FAULTS, WITH_FAULTS } opening = OPENING::BEFORE_FAULTS;
+    /// Where nothing works any more after the content was overwritten, values of the user stay that should have gone with the old content.
+    Bool usersValuesMayStay = false;
 };
 
 const std::vector<Workload>& GetWorkloads();

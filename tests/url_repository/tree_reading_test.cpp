@@ -1,4 +1,4 @@
-// What a repository takes from a tree that others wrote: by hand, by older programs, or by accident.
+// What a repository takes from a tree that others wrote: by hand, by older programs, or by accident. Hostile ones: tests/hostile.
 #include "url_repository/url_repository_fixture.h"
 
 namespace talvo {
@@ -68,23 +68,6 @@ TEST_F(TreeReading, PassesOverWhatNamesNoAsset) {
     EXPECT_THAT(Describe(Open()), ElementsAre("good/h#1 x"));
 }
 
-TEST_F(TreeReading, FollowsNoLinkBelowTheRoot) {
-    _scratch.Write("outside/asset.info", "outside\nt\n");
-    _scratch.Write("outside/1/asset.txt", "secret");
-    _scratch.Write("outside/1/hash", "h\n");
-    MakeLink(_scratch / "outside", "repo/linked");
-    WriteInfo("a", "a");
-    WriteVersion("a/1", "x");
-    MakeLink(_scratch / "outside/1", "repo/a/2");
-    _scratch.MakeFolder("repo/a/3");
-    MakeLink(_scratch / "outside/1/asset.txt", "repo/a/3/asset.txt");
-    MakeLink(_scratch / "outside/1/hash", "repo/a/1/key.meta");
-    MakeLink(".", "repo/a/4");
-    const auto repository = Open();
-    EXPECT_THAT(Describe(repository), ElementsAre("a/h#1 x"));
-    EXPECT_EQ(GetMeta(FindLatest(repository, MakeId("a")), "key"), "-");
-}
-
 TEST_F(TreeReading, TakesTheLastPayloadAndLeavesOddEntriesAlone) {
     WriteInfo("a", "a");
     WriteVersion("a/1", "text");
@@ -120,19 +103,6 @@ TEST_F(TreeReading, AMissingHashIsMadeAndKeptWhereWritingIsAllowed) {
     EXPECT_EQ(_scratch.Read("repo/a/1/hash"), HashOf("bytes") + "\n");
 }
 
-TEST_F(TreeReading, ADamagedHashCountsAsNone) {
-    for (const char* hash : {"", "\n", "deleted\n", "tab\there\n"}) {
-        const std::string name = "a" + std::to_string(std::string(hash).size());
-        WriteInfo(name, name);
-        _scratch.Write("repo/" + name + "/1/asset.txt", "bytes");
-        _scratch.Write("repo/" + name + "/1/hash", hash);
-    }
-    WriteInfo("b", "b");
-    _scratch.Write("repo/b/1/asset.txt", "bytes");
-    _scratch.MakeFolder("repo/b/1/hash");
-    for (const std::string& line : Describe(Open())) EXPECT_THAT(line, testing::EndsWith("/" + HashOf("bytes") + "#1 bytes"));
-}
-
 TEST_F(TreeReading, TheTimeOrdersVersionsAndNoneComesFirst) {
     WriteInfo("a", "a");
     WriteVersion("a/1", "x", "newest");
@@ -148,19 +118,6 @@ TEST_F(TreeReading, TheTimeOrdersVersionsAndNoneComesFirst) {
     const AssetVersionKey key = FindLatest(repository, MakeId("a")).GetVersionKey();
     EXPECT_EQ(key.time, 1714651200000001U);
     EXPECT_EQ(key.origin, MakeId("repo").GetWord()) << "always the repository's own";
-}
-
-TEST_F(TreeReading, ADamagedDocumentIsAnErrorThatNamesItsFile) {
-    WriteInfo("a", "a");
-    WriteVersion("a/1", "x");
-    const std::string name = "repo/a/1/key.meta";
-    for (const char* text : {"", "{", "[]", "{\"root\": \"other\", \"format\": 1, \"type\": \"t\", \"value\": 1}"}) {
-        _scratch.Write(name, text);
-        const auto repository = Open();
-        const AssetDescription asset = FindLatest(repository, MakeId("a"));
-        EXPECT_THAT(asset->GetMetaData()->Get(MakeMetaId("key")), FailsWith<FileFormatError>(_scratch / name)) << text;
-        EXPECT_EQ(ReadPayload(asset), "x") << "everything else stands";
-    }
 }
 
 TEST_F(TreeReading, AValueOfAnUnknownTypeIsCarriedToTheNextVersionUnread) {

@@ -5,7 +5,6 @@
 #include "kernel/base/hashing.h"
 
 #include <cmath>
-#include <random>
 
 namespace talvo {
 
@@ -178,19 +177,6 @@ TEST(HostileDocumentTest, refusesHostilePayloadsWhoseChecksumIsRight) {
     for (const std::string& row : rows)
         ExpectFormatError(ReadDocumentText(MakeBinary(row), ROOT, "sample"), ToHex(row.substr(0, 40)));
     EXPECT_TRUE(ReadDocumentText(MakeBinary("n"), ROOT, "sample").IsOk()) << "the rows fail for their payload alone";
-}
-
-TEST(HostileDocumentTest, survivesRandomPayloads) {
-    const std::string sample = MUST(WriteDocumentText(MakeGoldenValue(), ROOT, DOCUMENT_FORMAT::BINARY));
-    const std::string payload = sample.substr(sample.size() - 400, 392);
-    std::mt19937 random(7);
-    for (int run = 0; run < 20'000; ++run) {
-        std::string mutant = payload.substr(random() % 60);
-        for (UInt32 changes = 1 + random() % 4; changes > 0; --changes)
-            mutant[random() % mutant.size()] = "nftiudsbao\0\1\2"[random() % 13];
-        const Result<Data> result = ReadDocumentText(MakeBinary(mutant), ROOT, "sample");
-        if (result.IsError()) ExpectFormatError(result, "mutant");
-    }
 }
 
 }  // namespace

@@ -116,12 +116,13 @@ TEST_F(DescriptionDatabaseTest, refusesATakenIdAndUnregistersOnlyItsOwn) {
     EXPECT_TRUE(Databases::RegisterDatabase(FIRST, successor).IsError());
     EXPECT_TRUE(Databases::RegisterDatabase(Id(), successor).IsError());
     EXPECT_TRUE(NullptrError::IsClassOf(Databases::RegisterDatabase("assets.none"_id, nullptr).GetError()));
-    EXPECT_TRUE(MUST(Databases::UnregisterDatabase(FIRST)));
-    MUST(Databases::RegisterDatabase(FIRST, successor));
+    MUST(Databases::ReplaceDatabase(FIRST, successor));
     EXPECT_FALSE(MUST(Databases::UnregisterDatabase(FIRST, first))) << "the former owner comes too late";
     EXPECT_EQ(Databases::FindDatabase(FIRST), ImplRef(successor));
     EXPECT_TRUE(MUST(Databases::UnregisterDatabase(FIRST, successor)));
     EXPECT_EQ(Databases::FindDatabase(FIRST), nullptr);
+    MUST(Databases::ReplaceDatabase(FIRST, first));
+    EXPECT_TRUE(MUST(Databases::UnregisterDatabase(FIRST)));
 }
 
 TEST_F(DescriptionDatabaseTest, mayBeChangedFromInsideOfADatabase) {
