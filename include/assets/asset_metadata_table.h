@@ -64,6 +64,13 @@ public:
             return &_items.emplace(place, id, AssetMetaDataEntry())->second;
         });
     }
+    /// After it the next new entry needs no memory. Errors: OutOfMemoryError.
+    Result<void> EnsureRoomForOne() {
+        return CatchOutOfMemory([&]() -> Result<void> {
+            if (_items.size() == _items.capacity()) _items.reserve(_items.size() + _items.size() / 2 + 1);
+            return OK;
+        });
+    }
     /// Sets the entry of `id`, new or not. Errors: OutOfMemoryError.
     Result<void> Insert(const InternedId& id, AssetMetaDataEntry entry) {
         AssetMetaDataEntry* target = TRY(InsertKey(id));

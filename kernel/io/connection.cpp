@@ -6,6 +6,8 @@
 #include "kernel/text/format.h"
 #include "kernel/thread/registry.h"
 
+#include <new>
+
 namespace talvo {
 
 namespace {
@@ -17,8 +19,10 @@ ErrorRef MakeUnsupported(const char* operation, const Url& url, SourceLocation l
 
 struct HandlerTable {
     HandlerTable() {
-        MUST(handlers.Register(URLSCHEME_FILESYSTEM, CreateFileHandler()));
-        MUST(handlers.Register(URLSCHEME_MEMORY, CreateMemoryHandler()));
+        // The first entries of an empty registry can only fail for lack of memory; thrown, so that the next one who asks makes them.
+        const Bool areKnown = handlers.Register(URLSCHEME_FILESYSTEM, CreateFileHandler()).IsOk() &&
+                              handlers.Register(URLSCHEME_MEMORY, CreateMemoryHandler()).IsOk();
+        if (!areKnown) throw std::bad_alloc();
     }
     Registry<IoHandlerRef> handlers{"net.talvo.registry.iohandlers"_id};
 };

@@ -1,6 +1,6 @@
 // Stops, fails and starves each operation of each workload in turn, and checks what is left.
 //
-//   crash_sweep [--mode=kill,fail,short,oom,power] [--workload=NAME] [--jobs=N] [--break=bytes|lost|touched|extra] [--plan=PLAN]
+//   crash_sweep [--mode=kill,fail,short,oom,power] [--workload=NAME,...] [--jobs=N] [--break=bytes|lost|touched|extra] [--plan=PLAN]
 //
 // --break damages what is checked, which must be found. --plan takes one plan only, as a violation names it.
 // Prints each violation and one line a mode at the end. Exit codes: 0 no violation, 1 violations, 2 it could not run.
@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
@@ -31,7 +32,7 @@ constexpr std::array<ModeName, 5> MODES{
 
 struct Options {
     std::string modes;
-    std::string workload;
+    std::string workloads;
     SweepOptions sweep;
     Int jobs = 2;
 };
@@ -56,7 +57,7 @@ Options ReadOptions(int count, char** arguments) {
     for (int i = 1; i < count; ++i) {
         std::string jobs;
         const std::string argument = arguments[i];
-        if (ReadOption(argument, "mode", options.modes) || ReadOption(argument, "workload", options.workload) ||
+        if (ReadOption(argument, "mode", options.modes) || ReadOption(argument, "workload", options.workloads) ||
             ReadOption(argument, "break", options.sweep.damage) || ReadOption(argument, "plan", options.sweep.plan)) {
             continue;
         }
@@ -64,6 +65,11 @@ Options ReadOptions(int count, char** arguments) {
         options.jobs = std::atoi(jobs.c_str());
     }
     return options;
+}
+
+/// Whether a list with commas names it; an empty one names all.
+Bool IsListed(const std::string& list, const std::string& name) {
+    return list.empty() || ("," + list + ",").find("," + name + ",") != std::string::npos;
 }
 
 struct Task {
@@ -74,13 +80,16 @@ struct Task {
 std::vector<Task> MakeTasks(const Options& options) {
     std::vector<Task> tasks;
     for (std::size_t mode = 0; mode < MODES.size(); ++mode) {
-        const std::string listed = "," + options.modes + ",";
-        if (!options.modes.empty() && listed.find("," + std::string(MODES[mode].name) + ",") == std::string::npos) continue;
+        if (!IsListed(options.modes, MODES[mode].name)) continue;
         for (const Workload& workload : GetWorkloads()) {
-            if (options.workload.empty() || options.workload == workload.name) tasks.push_back({mode, &workload});
+            if (IsListed(options.workloads, workload.name)) tasks.push_back({mode, &workload});
         }
     }
-    if (tasks.empty()) GiveUp("no such mode or workload");
+    const auto count = [](const std::string& list, std::size_t all) {
+        return list.empty() ? all : std::size_t(std::count(list.begin(), list.end(), ',')) + 1;
+    };
+    const std::size_t wanted = count(options.modes, MODES.size()) * count(options.workloads, GetWorkloads().size());
+    if (tasks.size() != wanted) GiveUp("there is no such mode or workload: " + options.modes + " " + options.workloads);
     return tasks;
 }
 

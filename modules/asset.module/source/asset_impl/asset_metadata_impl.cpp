@@ -184,9 +184,10 @@ Result<AssetMetaDataImpl::Change> AssetMetaDataImpl::StoreThrough(const Interned
     const AssetMetaDataEntry* entry = entries->Find(metaId);
     const Bool keepsKind = entry && HasFlag(entry->kind, KIND::PERSISTENT);
     const KIND written = keepsKind ? entry->kind : GetStoredKind(kind);
+    // What may change is tested and what is needed is there before the write, so that disk and table stay one.
+    TRY(entries->EnsureRoomForOne());
     Data value = TRY(write(_vdata, written));
     Data current = value;
-    // What may change was tested before the write, so that disk and table stay one.
     Data previous = TRY(SetEntry(*entries, metaId, std::move(value), written | KIND::OVERRIDE_READ_ONLY));
     return Change{std::move(previous), std::move(current), written};
 }

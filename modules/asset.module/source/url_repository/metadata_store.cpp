@@ -55,13 +55,13 @@ Bool CountsBefore(const Url& target, const std::vector<Url>& others) {
 }
 
 /// Removes `others` once the new value stands at `target` and the old one at `hidden`, or changes those two back.
-Result<void> FinishOrTakeBack(const Url& hidden, const Url& target, RENAME_MODE mode, const std::vector<Url>& others) {
-    const Result<void> synced = SyncNames(target.GetDirectory());
-    const Result<void> finished =
-        synced.IsOk() ? CatchOutOfMemory([&] { return RemoveFiles(target.GetDirectory(), others); }) : synced;
+Result<void> FinishOrTakeBack(const Url& directory, const Url& hidden, const Url& target, RENAME_MODE mode,
+                              const std::vector<Url>& others, Bool countsBeforeOthers) {
+    const Result<void> synced = CatchOutOfMemory([&] { return SyncNames(directory); });
+    const Result<void> finished = synced.IsOk() ? CatchOutOfMemory([&] { return RemoveFiles(directory, others); }) : synced;
     if (finished.IsOk()) return OK;
-    const Result<void> takenBack = target.IoRename(hidden, mode);
-    if (takenBack.IsOk() || synced.IsError() || !CountsBefore(target, others)) return finished;
+    const Result<void> takenBack = CatchOutOfMemory([&] { return target.IoRename(hidden, mode); });
+    if (takenBack.IsOk() || synced.IsError() || !countsBeforeOthers) return finished;
     Log(LOG_LEVEL::WARNING, "A former value stays beside @: @", target, finished.GetError()->GetMessage());
     return OK;
 }
@@ -70,14 +70,16 @@ Result<void> FinishOrTakeBack(const Url& hidden, const Url& target, RENAME_MODE 
 /// @param others further files of the old value, which go.
 Result<void> PlaceValue(const Url& root, const Url& source, const Url& target, const std::vector<Url>& others) {
     const std::string name = TRY(MakeWorkName());
-    const Url hidden = target.GetDirectory() + name;
+    const Url directory = target.GetDirectory();
+    const Url hidden = directory + name;
     Result<void> placed = CopyValue(source, hidden);
     if (placed.IsOk()) placed = SyncTree(hidden);
     if (placed.IsOk()) {
         const Bool hasOld = target.IoDetect() != IO_DETECT::NOT_THERE;
         const RENAME_MODE mode = hasOld ? RENAME_MODE::EXCHANGE : RENAME_MODE::NO_REPLACE;
+        const Bool countsBeforeOthers = CountsBefore(target, others);
         placed = hidden.IoRename(target, mode);
-        if (placed.IsOk()) placed = FinishOrTakeBack(hidden, target, mode, others);
+        if (placed.IsOk()) placed = FinishOrTakeBack(directory, hidden, target, mode, others, countsBeforeOthers);
     }
     DeleteHidden(root, hidden);
     return placed;
@@ -161,13 +163,14 @@ Result<Data> UrlAssetRepositoryImpl::WriteFileValue(const Url& directory, const 
                                                     const Url& source, const IdAndVersion& asset, KIND kind) {
     const Url file = TRY(ResolveSource(source));
     const std::string name = MakeMetaDataFileName(metaId.GetView(), kind, source.GetSuffix());
+    Data value(MakeMetaUrl(asset, name, GetFinalUrl(directory)));
     if (staged) {
         TRY(CopyValue(file, directory + name));
     } else {
         const std::vector<Url> others = TRY(FindValueFiles(directory, metaId, kind, name));
         TRY(PlaceValue(GetRoot(), file, directory + name, others));
     }
-    return Data(MakeMetaUrl(asset, name, GetFinalUrl(directory)));
+    return value;
 }
 
 Result<std::vector<Url>> UrlAssetRepositoryImpl::FindValueFiles(const Url& directory, const InternedId& metaId, KIND kind,

@@ -106,7 +106,8 @@ Result<std::string> ReadTreeFile(const Url& file, Int64 limit) {
         return IoError::Create(FormatMessage(
             "@ is not read, since it is a link, and none is followed in a repository. Put the file itself there.", file));
     }
-    return FileUtilities::ReadFileToMemory(file, limit);
+    const InputStreamRef input = TRY(connection->OpenInputStream());
+    return FileUtilities::ReadStreamToMemory(*input, limit);
 }
 
 Result<void> WriteNewFile(const Url& url, std::string_view bytes) {
