@@ -2,12 +2,18 @@
 #include "asset_impl/repository_engine.h"
 #include "asset_types/asset_description_impl.h"
 #include "kernel/thread/job.h"
+#include "kernel/thread/side_by_side.h"
 
 #include <numeric>
+#include <thread>
 
 namespace talvo {
 
 namespace {
+
+constexpr Int MOST_RECORDS_AHEAD = 4096;
+/// Fewer are loaded sooner than a thread is made.
+constexpr Int RECORDS_OF_A_THREAD = 256;
 
 /// Output stage of SplitMix64 (Steele, Lea, Flood: Fast Splittable Pseudorandom Number Generators, 2014) on a running word.
 class ShuffleSource {
@@ -58,7 +64,20 @@ Result<AssetVersionTable> RepositoryEngine::EnsureVersions(AssetIdData& record) 
         }));
     AssetVersionTable loaded(std::move(entries), AssetVersionTable::STATE::LOADED);
     old = std::exchange(*versions, loaded);
+    record.wasLoaded.store(true, std::memory_order_relaxed);
     return loaded;
+}
+
+// Reading versions is waiting for the system, mostly, and in a walk over everything no record waits for another one. What fails is told when the
+// walk comes to it.
+void RepositoryEngine::LoadAhead(Int begin, Int end) {
+    const Int threads = std::min(Int(std::thread::hardware_concurrency()), (end - begin) / RECORDS_OF_A_THREAD);
+    if (threads < 2) return;
+    DoSideBySide(end - begin, threads, [&](Int index) -> Result<void> {
+        AssetIdData& record = _table.GetRecord(begin + index);
+        if (!record.erased.load(std::memory_order_acquire)) EnsureVersions(record).Ignore("the walk asks again");
+        return OK;
+    }).Ignore("it is the walk that is cancelled, and looks itself");
 }
 
 Result<Bool> RepositoryEngine::FindOwn(const Walk& walk) {
@@ -79,9 +98,16 @@ Result<Bool> RepositoryEngine::WalkRecords(const Walk& walk) {
         std::iota(order.begin(), order.end(), Int(0));
         Shuffle(order);
     }
+    const Bool mayLoadAhead = wantsMost && order.empty();
+    Int loadedAhead = 0;
     for (Int i = 0; i < count; ++i) {
         TRY(walk.CheckCancelled());
         AssetIdData& record = _table.GetRecord(order.empty() ? i : order[std::size_t(i)]);
+        if (mayLoadAhead && i >= loadedAhead && !record.wasLoaded.load(std::memory_order_relaxed)) {
+            // No more than was walked already: the receiver may have enough any time.
+            loadedAhead = std::min(count, i + std::clamp(i, Int(1), MOST_RECORDS_AHEAD));
+            LoadAhead(i, loadedAhead);
+        }
         if (walk.aid.IsPopulated() && !record.id.GetView().starts_with(walk.aid.GetView())) continue;
         const Bool goOn = TRY(FindInRecord(walk, record));
         if (!goOn) return false;

@@ -58,7 +58,8 @@ struct AssetIdData {
     Spinlock storeLock{STORE_LOCK};  // one store at a time, held across the backend's I/O
     std::atomic<Bool> erased{
         true};  // false once lookups find it; written under storeLock then; a store that meets it looks the id up again
-    std::atomic<Bool> created{false};  // the backend has made `adata`; written under storeLock
+    std::atomic<Bool> created{false};    // the backend has made `adata`; written under storeLock
+    std::atomic<Bool> wasLoaded{false};  // a hint for who would load ahead: the versions were loaded once
     Data adata;
     Guarded<AssetVersionTable, ARWLock> versions{VERSIONS_LOCK};
 

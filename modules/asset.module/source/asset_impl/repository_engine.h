@@ -88,6 +88,8 @@ private:
     Result<Bool> DeliverEntry(const Walk& walk, const AssetIdData& record, const AssetVersionTable& table,
                               const AssetVersionEntry& entry);
     Result<Bool> WalkRecords(const Walk& walk);
+    /// Loads the versions of these records on several threads.
+    void LoadAhead(Int begin, Int end);
 
     Result<void> CheckStore(const StoreRequest& request) const;
     Result<void> CheckWritable() const;
