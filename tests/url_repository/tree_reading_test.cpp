@@ -1,5 +1,4 @@
 // What a repository takes from a tree that others wrote: by hand, by older programs, or by accident. Hostile ones: tests/hostile.
-#include "kernel/io/file_system.h"
 #include "url_repository/url_repository_fixture.h"
 
 namespace talvo {
@@ -45,33 +44,6 @@ TEST_F(TreeReading, OfOneNumberTheCanonicalNameWins) {
     _scratch.MakeFolder("repo/d/4-deleted");
     _scratch.MakeFolder("repo/d/04-deleted");
     EXPECT_THAT(Describe(Open()), ElementsAre("a/h#7 plain", "b/h#7 with zeros", "c/h#3 kept", "d/deleted#4"));
-}
-
-// Versions of many assets are loaded ahead of the walk, on several threads.
-TEST_F(TreeReading, OfManyAssetsEachIsFoundOnce) {
-    constexpr Int COUNT = 900, DAMAGED = 800;
-    std::vector<std::string> expected;
-    for (Int i = 1000; i < 1000 + COUNT; ++i) {
-        const std::string id = "a" + std::to_string(i);
-        WriteInfo(id, id);
-        if (i != 1000 + DAMAGED) expected.push_back(id + "/h#1 " + id);
-        if (i != 1000 + DAMAGED) WriteVersion(id + "/1", id);
-    }
-    EXPECT_EQ(Describe(Open()), expected);
-    const auto repository = Open();
-    Int walked = 0;
-    Need(FindAssets(repository, {}, Id(), Id(), ASSET_FIND_MODE::LATEST,
-                    [&](const AssetDescription&) -> Result<Bool> { return ++walked < 600; }));
-    EXPECT_EQ(walked, 600);
-
-    FaultPlan::SetScope(_scratch / "repo");
-    Need(FaultPlan::Set("failfrom@400:EIO"));
-    EXPECT_THAT(FindAssets(repository, {}, Id(), Id(), ASSET_FIND_MODE::LATEST,
-                           [](const AssetDescription&) -> Result<Bool> { return true; }),
-                FailsWith<IoError>("Input/output error"));
-    FaultPlan::Clear();
-    FaultPlan::SetScope({});
-    EXPECT_EQ(Describe(repository), expected) << "what failed is loaded when it can be";
 }
 
 TEST_F(TreeReading, PassesOverWhatNamesNoAsset) {
