@@ -10,6 +10,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <new>
 
 namespace talvo {
 
@@ -69,6 +70,9 @@ int Main(int count, char** words) {
 int main(int count, char** words) {
     try {
         return talvo::Main(count, words);
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "talvo: error: Out of memory. Close other work or give the process more memory, then try again.\n");
+        return int(talvo::EXIT_CODE::FAILED);
     } catch (const std::exception& error) {
         // Nothing of ours throws; what others throw is told and not hidden behind a crash.
         std::fprintf(stderr, "talvo: error: %s\n", error.what());
