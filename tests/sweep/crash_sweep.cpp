@@ -122,7 +122,9 @@ int Main(int count, char** arguments) {
 
     Int violations = 0;
     for (std::size_t mode = 0; mode < MODES.size(); ++mode) {
-        if (progress.points[mode] == 0) continue;
+        const Bool wasAsked = std::any_of(tasks.begin(), tasks.end(), [&](const Task& task) { return task.mode == mode; });
+        if (!wasAsked) continue;
+        if (progress.points[mode] == 0) ++progress.failed;  // a sweep that meets nothing shows nothing
         violations += progress.violations[mode];
         std::printf("%-5s %8lld points, %lld violations\n", MODES[mode].name, static_cast<long long>(progress.points[mode]),
                     static_cast<long long>(progress.violations[mode]));
