@@ -1,6 +1,13 @@
 #include "kernel/base/allocation_plan.h"
 
-#ifdef TALVO_FAULTS
+// Clang's address sanitizer brings operators of its own that don't go together with others.
+#ifdef __has_feature
+#if __has_feature(address_sanitizer)
+#define TALVO_ALLOCATION_IS_TAKEN
+#endif
+#endif
+
+#if defined(TALVO_FAULTS) && !defined(TALVO_ALLOCATION_IS_TAKEN)
 
 #include <charconv>
 #include <cstdio>

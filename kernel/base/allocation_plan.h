@@ -1,4 +1,5 @@
-// The lack of memory that tests plan: the n-th allocation fails. Only in builds with TALVO_FAULTS, which bring their own operator new.
+// The lack of memory that tests plan: the n-th allocation fails. Only in builds with TALVO_FAULTS, which bring their own operator new, and not
+// under the address sanitizer of Clang, which has its own.
 #pragma once
 
 #include "kernel/base/types.h"
