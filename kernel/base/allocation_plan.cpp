@@ -1,8 +1,10 @@
 #include "kernel/base/allocation_plan.h"
 
-// Clang's address sanitizer brings operators of its own that don't go together with others.
-#ifdef __has_feature
-#if __has_feature(address_sanitizer)
+// Sanitizers bring operators of their own, which find more than they would behind others.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define TALVO_ALLOCATION_IS_TAKEN
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
 #define TALVO_ALLOCATION_IS_TAKEN
 #endif
 #endif

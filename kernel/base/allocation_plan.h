@@ -1,5 +1,5 @@
 // The lack of memory that tests plan: the n-th allocation fails. Only in builds with TALVO_FAULTS, which bring their own operator new, and not
-// under the address sanitizer of Clang, which has its own.
+// under sanitizers, which have theirs.
 #pragma once
 
 #include "kernel/base/types.h"
@@ -13,7 +13,7 @@ namespace talvo {
 /// Threads: each has a plan of its own.
 namespace AllocationPlan {
 
-/// @return false if the text is no plan, or in builds without faults.
+/// @return false if the text is no plan, or in builds that can't plan.
 Bool Set(std::string_view plan);
 /// The plan of the environment's TALVO_OOM_PLAN, if there is one. A text that is no plan ends the process.
 void SetFromEnvironment();

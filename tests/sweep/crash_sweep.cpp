@@ -90,6 +90,7 @@ std::vector<Task> MakeTasks(const Options& options) {
     };
     const std::size_t wanted = count(options.modes, MODES.size()) * count(options.workloads, GetWorkloads().size());
     if (tasks.size() != wanted) GiveUp("there is no such mode or workload: " + options.modes + " " + options.workloads);
+    std::erase_if(tasks, [](const Task& task) { return MODES[task.mode].mode == MODE::POWER && task.workload->changesNothing; });
     return tasks;
 }
 

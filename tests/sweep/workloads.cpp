@@ -104,6 +104,7 @@ std::vector<Workload> MakeWorkloads() {
          rich,
          {SetFile("a", "file", "other.bin", 2), SetFile("a", "tree", "folder", 6), SetFile("a", "file", "", 2)}},
         {"create-repository", {}, {JustOpen()}, Workload::OPENING::WITH_FAULTS},
+        {"open-again", rich, {JustOpen()}, Workload::OPENING::WITH_FAULTS, false, true, true},
         {"import", one, {Store("i1", "one.txt"), SetValue("i1", "key", "v", 2), Store("i2", "two.txt"), Store("i3", "folder")}},
     };
 }

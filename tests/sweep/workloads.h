@@ -18,6 +18,10 @@ struct Workload {
     enum class OPENING { BEFORE_FAULTS, WITH_FAULTS } opening = OPENING::BEFORE_FAULTS;
     /// Where nothing works any more after the content was overwritten, values of the user stay that should have gone with the old content.
     Bool usersValuesMayStay = false;
+    /// An asset whose info can't be read is passed over until the next opening, with a warning.
+    Bool assetsMayBeLeftOut = false;
+    /// There is nothing that a loss of power could take.
+    Bool changesNothing = false;
 };
 
 const std::vector<Workload>& GetWorkloads();

@@ -45,10 +45,13 @@ Result<void> UrlAssetRepositoryImpl::ReadInfos(std::vector<FoundAsset>& assets) 
     return DoSideBySide(count, threads, [&](Int index) -> Result<void> {
         FoundAsset& asset = assets[std::size_t(index)];
         Result<Opt<AssetInfo>> info = ReadAssetInfo(GetRoot() + asset.directory);
-        if (info.IsError())
-            Log(LOG_LEVEL::WARNING, "An asset is left out: @", info.GetError()->GetMessage());
-        else
+        if (info.IsOk()) {
             asset.info = std::move(info).GetValue();
+        } else if (OutOfMemoryError::IsClassOf(info.GetError())) {
+            return info.GetError();  // nothing is wrong with the asset
+        } else {
+            Log(LOG_LEVEL::WARNING, "An asset is left out: @", info.GetError()->GetMessage());
+        }
         return OK;
     });
 }

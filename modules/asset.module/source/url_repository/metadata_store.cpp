@@ -34,16 +34,22 @@ Result<void> CopyValue(const Url& source, const Url& target) {
 }
 
 /// Nobody sees half of a value, be it a whole tree.
-Result<void> RemoveFiles(const Url& directory, const std::vector<Url>& files) {
-    for (const Url& file : files) {
-        if (file.IoDetect() != IO_DETECT::DIRECTORY) {
-            TRY(file.IoDelete());
-            continue;
+Result<void> RemoveFile(const Url& directory, const Url& file) {
+    if (file.IoDetect() != IO_DETECT::DIRECTORY) return file.IoDelete();
+    const Url hidden = TRY(HideDirectory(file));
+    DeleteHidden(directory, hidden);
+    return OK;
+}
+
+/// @param removed counts those that went, also if another one failed.
+Result<void> RemoveFiles(const Url& directory, const std::vector<Url>& files, Int& removed) {
+    return CatchOutOfMemory([&]() -> Result<void> {
+        for (const Url& file : files) {
+            TRY(RemoveFile(directory, file));
+            ++removed;
         }
-        const Url hidden = TRY(HideDirectory(file));
-        DeleteHidden(directory, hidden);
-    }
-    return files.empty() ? Result<void>(OK) : SyncNames(directory);
+        return files.empty() ? Result<void>(OK) : SyncNames(directory);
+    });
 }
 
 /// Whether a value at `target` is the one that is read while `others` are there: a document counts before a file, then the first name.
@@ -54,12 +60,14 @@ Bool CountsBefore(const Url& target, const std::vector<Url>& others) {
     });
 }
 
-/// Removes `others` once the new value stands at `target` and the old one at `hidden`, or changes those two back.
+/// Removes `others` once the new value stands at `target` and the old one at `hidden`, or changes those two back. Once one of the others is gone
+/// that may have been the old value: then the new one stays, since none at all would be worse, and an error tells that it may not last.
 Result<void> FinishOrTakeBack(const Url& directory, const Url& hidden, const Url& target, RENAME_MODE mode,
                               const std::vector<Url>& others, Bool countsBeforeOthers) {
     const Result<void> synced = CatchOutOfMemory([&] { return SyncNames(directory); });
-    const Result<void> finished = synced.IsOk() ? CatchOutOfMemory([&] { return RemoveFiles(directory, others); }) : synced;
-    if (finished.IsOk()) return OK;
+    Int removed = 0;
+    const Result<void> finished = synced.IsOk() ? RemoveFiles(directory, others, removed) : synced;
+    if (finished.IsOk() || removed > 0) return finished;
     const Result<void> takenBack = CatchOutOfMemory([&] { return target.IoRename(hidden, mode); });
     if (takenBack.IsOk() || synced.IsError() || !countsBeforeOthers) return finished;
     Log(LOG_LEVEL::WARNING, "A former value stays beside @: @", target, finished.GetError()->GetMessage());
@@ -122,7 +130,8 @@ Result<Data> UrlAssetRepositoryImpl::StoreMetaDataImpl(const Data& vdata, const 
     const Bool removes = urlMode ? source.IsEmpty() : data.IsEmpty();
     if (removes) {
         const std::vector<Url> files = TRY(FindValueFiles(directory, metaId, kind, {}));
-        TRY(RemoveFiles(directory, files));
+        Int removed = 0;
+        TRY(RemoveFiles(directory, files, removed));
         return Data();
     }
     // The version's own directory is never made here: one that was erased meanwhile must not come back.
@@ -153,9 +162,10 @@ Result<void> UrlAssetRepositoryImpl::WriteDocument(const Url& directory, const B
     if (!HasFlag(kind, KIND::DERIVED)) others = TRY(FindValueFiles(directory, metaId, kind, name));
     TRY(ReplaceFile(directory + name, text));
     // The document counts before them, so what stays of them is never read.
-    const Result<void> removed = RemoveFiles(directory, others);
-    if (removed.IsError())
-        Log(LOG_LEVEL::WARNING, "A former value of @ stays beside it: @", directory + name, removed.GetError()->GetMessage());
+    Int removed = 0;
+    const Result<void> done = RemoveFiles(directory, others, removed);
+    if (done.IsError())
+        Log(LOG_LEVEL::WARNING, "A former value of @ stays beside it: @", directory + name, done.GetError()->GetMessage());
     return OK;
 }
 
