@@ -57,6 +57,22 @@ Result<void> IoConnection::IoCopyFile(const Url& target) {
     return output->Close();
 }
 
+Result<Url> IoHandler::Normalize(const Url& url, NORMALIZE) { return url; }
+Result<Url> IoHandler::IoNormalize(const Url& url, NORMALIZE flags) { return Normalize(url, flags); }
+Result<String> IoHandler::ConvertToUiName(const Url& url, UI_NAME) { return url.ToString(); }
+
+Result<void> IoHandler::AppendUrl(Url& url, std::string_view component) {
+    url.Append(component);
+    return OK;
+}
+
+Result<void> IoHandler::AppendUrl(Url& url, const Url& relative) { return AppendUrl(url, relative.GetPath()); }
+
+Result<void> IoHandler::RemoveUrl(Url& url) {
+    url.RemoveName();
+    return OK;
+}
+
 Result<void> IoHandlers::Register(IoHandlerRef handler) {
     if (!handler) return NullptrError::Create("A handler of urls is null.");
     const Id scheme = handler->GetUrlScheme();
@@ -77,7 +93,7 @@ Result<IoHandlerRef> IoHandlers::GetHandlerForScheme(const Id& scheme) {
     return std::move(*handler);
 }
 
-// Operations of a url: the connection's, with memory that ran out turned into an error.
+// Operations of a url: the handler's and the connection's, with memory that ran out turned into an error.
 
 Result<IoConnectionRef> Url::OpenConnection() const {
     return CatchOutOfMemory([&]() -> Result<IoConnectionRef> {
@@ -89,6 +105,19 @@ Result<IoConnectionRef> Url::OpenConnection() const {
 
 namespace {
 
+constexpr Int MAX_STEPS = 16;
+
+/// Does `work` with a copy of `url` and its handler. @return the changed copy.
+template <typename WORK>
+Result<Url> ChangeThroughHandler(const Url& url, WORK&& work) {
+    return CatchOutOfMemory([&]() -> Result<Url> {
+        const IoHandlerRef handler = TRY(IoHandlers::GetHandlerForScheme(url.GetScheme()));
+        Url changed = url;
+        TRY(work(*handler, changed));
+        return changed;
+    });
+}
+
 /// Opens `url` and does `work`, which returns a Result, with its connection.
 template <typename WORK>
 auto WithConnection(const Url& url, WORK&& work) -> decltype(work(std::declval<IoConnection&>())) {
@@ -99,6 +128,46 @@ auto WithConnection(const Url& url, WORK&& work) -> decltype(work(std::declval<I
 }
 
 }  // namespace
+
+template <typename STEP>
+Result<Url> Url::RepeatNormalize(NORMALIZE flags, STEP&& step) const {
+    return CatchOutOfMemory([&]() -> Result<Url> {
+        Url place = *this;
+        if (flags == NORMALIZE::NONE) return place;
+        // The step that finds nothing new is none.
+        for (Int i = 0; i <= MAX_STEPS; ++i) {
+            const IoHandlerRef handler = TRY(IoHandlers::GetHandlerForScheme(place.GetScheme()));
+            Url next = TRY(step(*handler, place));
+            if (next == place) return place;
+            place = std::move(next);
+            if (!HasFlag(flags, NORMALIZE::REAL_WHOLLY)) return place;
+        }
+        return IoError::Create(
+            FormatMessage("@ leads from one place to the next without an end. Look where @ leads.", *this, place));
+    });
+}
+
+Result<Url> Url::Normalize(NORMALIZE flags) const {
+    return RepeatNormalize(flags, [&](IoHandler& handler, const Url& url) { return handler.Normalize(url, flags); });
+}
+Result<Url> Url::IoNormalize(NORMALIZE flags) const {
+    return RepeatNormalize(flags, [&](IoHandler& handler, const Url& url) { return handler.IoNormalize(url, flags); });
+}
+Result<String> Url::ConvertToUiName(UI_NAME flags) const {
+    return CatchOutOfMemory([&]() -> Result<String> {
+        const IoHandlerRef handler = TRY(IoHandlers::GetHandlerForScheme(GetScheme()));
+        return handler->ConvertToUiName(*this, flags);
+    });
+}
+Result<Url> Url::GetChild(std::string_view component) const {
+    return ChangeThroughHandler(*this, [&](IoHandler& handler, Url& url) { return handler.AppendUrl(url, component); });
+}
+Result<Url> Url::GetChild(const Url& relative) const {
+    return ChangeThroughHandler(*this, [&](IoHandler& handler, Url& url) { return handler.AppendUrl(url, relative); });
+}
+Result<Url> Url::GetParent() const {
+    return ChangeThroughHandler(*this, [](IoHandler& handler, Url& url) { return handler.RemoveUrl(url); });
+}
 
 IO_DETECT Url::IoDetect() const {
     return WithConnection(*this, [](IoConnection& c) -> Result<IO_DETECT> { return c.IoDetect(); }).GetValueOr(IO_DETECT::FAILED);

@@ -52,8 +52,18 @@ class IoHandler : public ObjectInterface {
 public:
     virtual Id GetUrlScheme() const = 0;
     virtual Result<IoConnectionRef> OpenConnection(const Url& url) = 0;
+    /// One step towards what `url` stands for, or `url`; which steps are taken is for Url::Normalize to say, which repeats this. `flags` isn't NONE.
+    virtual Result<Url> Normalize(const Url& url, NORMALIZE flags);
+    /// The same where I/O may be waited for: by default it is the same.
+    virtual Result<Url> IoNormalize(const Url& url, NORMALIZE flags);
+    /// Adds a component (or several, split at "/").
+    virtual Result<void> AppendUrl(Url& url, std::string_view component);
+    /// Adds the path of `relative`.
+    virtual Result<void> AppendUrl(Url& url, const Url& relative);
+    /// Removes the last component; the url of the top stays.
+    virtual Result<void> RemoveUrl(Url& url);
     /// Text for people.
-    virtual String ConvertToUiName(const Url& url) { return url.ToString(); }
+    virtual Result<String> ConvertToUiName(const Url& url, UI_NAME flags);
 };
 using IoHandlerRef = StrongRef<IoHandler>;
 

@@ -41,6 +41,29 @@ enum class RENAME_MODE : Int32 {
     EXCHANGE     ///< both exist and change places in one step
 };
 
+/// What to look for behind a url that stands for another place; a flag word.
+enum class NORMALIZE : UInt32 {
+    NONE = 0,
+    REAL = 0x80,         ///< one step towards the real place
+    REAL_WHOLLY = 0x100  ///< on until nothing changes any more
+};
+constexpr NORMALIZE operator|(NORMALIZE first, NORMALIZE second) { return NORMALIZE(UInt32(first) | UInt32(second)); }
+/// Whether any bit of `flag` is set.
+constexpr Bool HasFlag(NORMALIZE flags, NORMALIZE flag) { return (UInt32(flags) & UInt32(flag)) != 0; }
+
+/// How a url is told to people; a flag word. Schemes without names of their own ignore it.
+enum class UI_NAME : UInt32 {
+    NONE = 0,
+    PLAIN = 1,           ///< the name alone, without the way to it
+    ID = 2,              ///< the id in place of the name
+    VERSION = 4,         ///< with the version
+    WITHOUT_SUFFIX = 8,  ///< without what follows the last dot
+    QUERY_NAME = 16      ///< of what isn't there only the name that the query tells
+};
+constexpr UI_NAME operator|(UI_NAME first, UI_NAME second) { return UI_NAME(UInt32(first) | UInt32(second)); }
+/// Whether any bit of `flag` is set.
+constexpr Bool HasFlag(UI_NAME flags, UI_NAME flag) { return (UInt32(flags) & UInt32(flag)) != 0; }
+
 namespace URLFLAGS {
 inline constexpr LiteralId QUERY{"net.talvo.url.query"};
 inline constexpr LiteralId ORIGINURL{"net.talvo.url.originurl"};
@@ -130,6 +153,23 @@ public:
         return H::combine(std::move(state), url.GetHashCode());
     }
 
+    // What the handler of the scheme makes of the url; Append, RemoveName and ToString look at the text alone.
+    // Errors of all: UnsupportedArgumentError if the scheme has no handler; the handler's.
+
+    /// The place that this url stands for; the url itself where it stands for none, or `flags` is NONE.
+    /// Errors: IoError if REAL_WHOLLY comes to no end within 16 steps.
+    Result<Url> Normalize(NORMALIZE flags) const;
+    /// The same for callers that may wait for I/O.
+    Result<Url> IoNormalize(NORMALIZE flags) const;
+    /// Text for people.
+    Result<String> ConvertToUiName(UI_NAME flags) const;
+    /// What lies below this url under the name `component`, as the scheme names it.
+    Result<Url> GetChild(std::string_view component) const;
+    /// The same for the path of `relative`.
+    Result<Url> GetChild(const Url& relative) const;
+    /// What this url lies in, as the scheme names it.
+    Result<Url> GetParent() const;
+
     // What is at the url: short forms of opening a connection and asking it. All may do I/O.
     Result<IoConnectionRef> OpenConnection() const;
     IO_DETECT IoDetect() const;
@@ -147,6 +187,8 @@ public:
 private:
     struct Body;
     struct Extras;
+    template <typename STEP>
+    Result<Url> RepeatNormalize(NORMALIZE flags, STEP&& step) const;
     static Result<Url> ParseNested(std::string_view text, Int depth);
     Body& MakeWritable();
     void ReplacePath(std::string path);

@@ -201,5 +201,30 @@ TEST(UrlConnection, SchemesWithoutHandlerAreNamed) {
         IoHandlers::Register(IoHandlers::GetHandlerForScheme(URLSCHEME_FILESYSTEM).GetValue()), {"file"}));
 }
 
+/// Urls `step:///<n>` stand for `step:///<n-1>`, down to 0.
+class StepHandler final : public IoHandler {
+public:
+    Id GetUrlScheme() const override { return "step"_id; }
+    Result<IoConnectionRef> OpenConnection(const Url&) override { return UnsupportedOperationError::Create("closed"); }
+    Result<Url> Normalize(const Url& url, NORMALIZE) override {
+        const int number = std::stoi(std::string(url.GetPath()));
+        return Url::Create("step"_id, "", std::to_string(std::max(number - 1, 0)));
+    }
+};
+
+TEST(UrlHandler, StepsAreTakenOneByOneOrToTheEnd) {
+    ASSERT_TRUE(IoHandlers::Register(IoHandlerRef(new StepHandler)).IsOk());
+    const auto from = [](const char* number) { return Url::Create("step"_id, "", number); };
+    EXPECT_EQ(from("9").Normalize(NORMALIZE::NONE).GetValue(), from("9"));
+    EXPECT_EQ(from("9").Normalize(NORMALIZE::REAL).GetValue(), from("8"));
+    EXPECT_EQ(from("16").IoNormalize(NORMALIZE::REAL_WHOLLY).GetValue(), from("0"));
+    EXPECT_TRUE(
+        FailsWith<IoError>(from("17").Normalize(NORMALIZE::REAL | NORMALIZE::REAL_WHOLLY), {"step:///17", "without an end"}));
+    EXPECT_EQ(from("9").GetChild("a").GetValue().GetPath(), "9/a");
+    EXPECT_EQ(from("9").GetChild(from("8/a")).GetValue().GetParent().GetValue().GetPath(), "9/8");
+    EXPECT_EQ(Url::FromSystemPath("/a/b").ConvertToUiName(UI_NAME::PLAIN).GetValue(), "/a/b");
+    IoHandlers::Unregister("step"_id);
+}
+
 }  // namespace
 }  // namespace talvo
