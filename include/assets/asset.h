@@ -72,7 +72,7 @@ public:
     /// A fresh id: `prefix`, "_" if it isn't empty, and a unique part.
     static Result<Id> MakeUuid(const char* prefix, Bool compact);
     /// The url with what it resolves to in `repository` attached, so that a later open needs no search. Other schemes than `asset` and `meta`
-    /// come back as they are. Errors: UnsupportedOperationError while no handler of these schemes is there.
+    /// come back as they are. Errors: IoError if it names nothing there; those of the lookup.
     static Result<Url> AddRepositoryScope(const Url& url, const AssetRepositoryRef& repository);
     /// Id of the metadata that holds the texts of one language.
     static Result<InternedId> GetLanguageMetaDataId(const Id& languageId);
@@ -80,8 +80,12 @@ public:
     static Result<String> GetVersionString(const AssetDescription& asset);
     /// The same for a loaded asset.
     static Result<String> GetVersionString(const Asset& asset);
-    /// The version that `url` names in `repository`, or null.
+    /// The version that `url` names in `repository`, or null: by id for the schemes `asset` and `meta`, else the asset whose content lies at `url`.
+    /// Errors: NullptrError for a null `repository`; IllegalArgumentError for text that is no id; those of the lookup.
     static Result<AssetDescription> ResolveAsset(const Url& url, const AssetRepositoryRef& repository);
+    /// The `asset` url of a version, with name, repository and version tag for people in its query; empty for a version without content.
+    /// @param isLatest the url is to lead to the newest version whenever it is opened. Errors: NullptrError for null, or if the repository has gone.
+    static Result<Url> GetAssetUrl(const AssetDescription& asset, Bool isLatest);
     /// Whether the version is for this application's version. True for null.
     static Result<Bool> IsAssetValid(const AssetDescription& asset);
     /// The same answer as IsAssetValid.

@@ -147,7 +147,11 @@ Result<InputStreamRef> OpenFileInputStream(const std::string& path) {
     struct stat status;
     auto opened = PosixFiles::OpenRead(path, status);
     TRY(CheckFile(opened.error, "read", path));
-    return InputStreamRef(new FileInputStream(std::move(opened.value), path, status));
+    return MakeFileInputStream(std::move(opened.value), path, status);
+}
+
+InputStreamRef MakeFileInputStream(FileHandle file, std::string path, const struct stat& status) {
+    return InputStreamRef(new FileInputStream(std::move(file), std::move(path), status));
 }
 
 Result<OutputStreamRef> OpenFileOutputStream(const std::string& path, OUTPUT_MODE mode) {

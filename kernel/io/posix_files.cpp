@@ -68,8 +68,11 @@ FileHandle::~FileHandle() {
 
 Attempt<FileHandle> OpenRead(const FileName& name) { return OpenRegular(FILE_OPERATION::OPEN_READ, name, O_RDONLY); }
 
-Attempt<FileHandle> OpenRead(const FileName& name, struct stat& status) {
-    return OpenRegular(FILE_OPERATION::OPEN_READ, name, O_RDONLY, status);
+Attempt<FileHandle> OpenRead(const FileName& name, struct stat& status) { return OpenRead(name, LINKS::FOLLOW, status); }
+
+Attempt<FileHandle> OpenRead(const FileName& name, LINKS links, struct stat& status) {
+    const int refuse = links == LINKS::REFUSE ? O_NOFOLLOW : 0;
+    return OpenRegular(FILE_OPERATION::OPEN_READ, name, O_RDONLY | refuse, status);
 }
 
 Attempt<FileHandle> OpenWrite(const FileName& name, WRITE_START start) {

@@ -71,6 +71,8 @@ enum class WRITE_START { EMPTY, AT_END };
 Attempt<FileHandle> OpenRead(const FileName& name);
 /// @param status of the file as it was opened.
 Attempt<FileHandle> OpenRead(const FileName& name, struct stat& status);
+/// With LINKS::REFUSE: ELOOP if the name is a link's.
+Attempt<FileHandle> OpenRead(const FileName& name, LINKS links, struct stat& status);
 /// Follows links, makes the file if it is missing.
 Attempt<FileHandle> OpenWrite(const FileName& name, WRITE_START start);
 /// EEXIST if anything is there, a link included.

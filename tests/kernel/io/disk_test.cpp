@@ -2,6 +2,7 @@
 #include "kernel/io/file_lock.h"
 #include "kernel/io/file_system.h"
 #include "kernel/io/file_utilities.h"
+#include "kernel/io/inner_file.h"
 #include "support/result_matchers.h"
 #include "support/scratch_directory.h"
 
@@ -243,6 +244,24 @@ TEST_F(Disk, ALockKeepsOthersOutUntilItsHolderEnds) {
     waitpid(child, &status, 0);
     EXPECT_TRUE(WIFSIGNALED(status));
     EXPECT_TRUE(Succeeds(FileLock::Acquire(file, {.milliseconds = 0})));
+}
+
+TEST_F(Disk, TheWayToAnInnerFileLeadsThroughNoLink) {
+    const Url root = _scratch.GetUrl();
+    Link(".", "root");
+    EXPECT_EQ(
+        FileUtilities::ReadStreamToMemory(*OpenInputStreamBelow(root + "root", "canary/deep/file").GetValue(), 100).GetValue(),
+        "untouched")
+        << "the root itself may be one";
+    EXPECT_EQ(LookBelow(root, "canary/deep/file").GetValue().length, 9);
+    for (const char* inner : {"to-file", "to-folder/deep/file", "to-itself/canary/deep/file", "loop-a", "fifo", "socket",
+                              "canary", "canary/deep/file/more", "missing"}) {
+        EXPECT_TRUE(FailsWith<IoError>(OpenInputStreamBelow(root, inner), {inner})) << inner;
+        EXPECT_TRUE(FailsWith<IoError>(LookBelow(root, inner), {inner})) << inner;
+        EXPECT_EQ(CheckNoLinkBelow(root, inner).IsError(), std::string_view(inner).starts_with("to") || inner[0] == 'l') << inner;
+    }
+    for (const char* inner : {"", ".", "..", "canary/../canary/deep/file", "canary//deep/file", "/canary", "canary/"})
+        EXPECT_TRUE(FailsWith<IllegalArgumentError>(OpenInputStreamBelow(root, inner))) << inner;
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "memoryassetrepository.h"
 
 #include "asset_scheme/resolve_info.h"
+#include "asset_scheme/url_parts.h"
 #include "kernel/io/memory_volume.h"
 #include "kernel/text/format.h"
 #include "kernel/thread/locks.h"
@@ -18,7 +19,6 @@ namespace {
 
 using KIND = ASSET_METADATA_KIND;
 
-constexpr LiteralId META_SCHEME{"meta"};
 constexpr KIND KIND_VERSIONED = KIND::PERSISTENT | KIND::VERSIONED;
 constexpr KIND KIND_STORE_TIME = KIND_VERSIONED | KIND::READ_ONLY;
 constexpr KIND KIND_DERIVED = KIND::PERSISTENT | KIND::DERIVED;
@@ -242,9 +242,7 @@ private:
         const Url file = version.directory + name;
         std::string unusedDigest;
         TRY(StoreTree(from, file, AssetHashStream(), unusedDigest));
-        Url url = Url::Create(META_SCHEME, "", FormatMessage("/@/@", asset.first, name));
-        url.SetData(URLFLAGS::QUERY, Data(String::FromId(asset.second)));
-        return StoredValue{Data(AttachResolveInfo(url, file, AssetDescription())), kind, file};
+        return StoredValue{Data(MakeMetaUrl(asset, name, file)), kind, file};
     }
 
     /// Puts a value in its place, an empty one removes what is there. @return what was there.

@@ -2,6 +2,7 @@
 //
 // Of several directories with one number the preferred one that is a version counts. A version is what has a payload or says that it is deleted; what
 // is wrong with the rest of it costs that one thing only: its order, a value, its id.
+#include "asset_scheme/url_parts.h"
 #include "kernel/app/log.h"
 #include "kernel/io/file_utilities.h"
 #include "url_repository/hash_file.h"
@@ -121,7 +122,7 @@ Result<void> UrlAssetRepositoryImpl::AddMetaData(const Id& aid, const Url& direc
         if (loaded.metaData.Contains(id)) continue;
         AssetMetaDataEntry entry{Data(), kind, false, 1};
         if (meaning.form == MetaDataFileName::FORM::FILE) {
-            entry.value = Data(MakeMetaUrl({aid, loaded.versionId}, name, directory));
+            entry.value = Data(MakeMetaUrl({aid, loaded.versionId}, name, directory + name));
             entry.loaded = true;
         }
         TRY(loaded.metaData.Insert(id, std::move(entry)));

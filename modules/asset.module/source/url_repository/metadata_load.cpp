@@ -1,21 +1,8 @@
 // Where a metadata value lies, and reading it.
-#include "asset_scheme/resolve_info.h"
 #include "url_repository/metadata_document.h"
 #include "url_repository/url_asset_repository.h"
 
 namespace talvo {
-
-namespace {
-
-constexpr LiteralId META_SCHEME{"meta"};
-
-}  // namespace
-
-Url MakeMetaUrl(const IdAndVersion& asset, std::string_view name, const Url& directory) {
-    Url url = Url::Create(META_SCHEME, {}, std::string(asset.first.GetView()) + "/" + std::string(name));
-    url.SetData(URLFLAGS::QUERY, Data(String::FromId(asset.second)));
-    return AttachResolveInfo(std::move(url), directory + name, nullptr);
-}
 
 Opt<Url> UrlAssetRepositoryImpl::FindMetaDataDirectory(const Url& versionDirectory, KIND kind) const {
     const Bool ofUser = HasFlag(kind, KIND::USER);

@@ -3,6 +3,7 @@
 // Invariants: 1. what is refused is refused before the disk is touched; 2. of one key and kind one form stays, and the new one is whole before the old
 // one goes; 3. only names that read back as the key are ever removed; 4. after an error the old value is what a reader finds.
 #include "asset_scheme/resolve_info.h"
+#include "asset_scheme/url_parts.h"
 #include "kernel/app/log.h"
 #include "kernel/io/file_utilities.h"
 #include "url_repository/metadata_document.h"
@@ -15,11 +16,9 @@ namespace talvo {
 
 namespace {
 
-constexpr LiteralId META_SCHEME{"meta"};
-
 /// The file behind a source: a meta url stands for the one that it was resolved to.
 Result<Url> ResolveSource(const Url& source) {
-    if (source.GetScheme() != META_SCHEME) return source;
+    if (source.GetScheme() != URLSCHEME_META) return source;
     Opt<Url> target = FindResolveTarget(source);
     if (target) return std::move(*target);
     return IoError::Create(
@@ -173,7 +172,7 @@ Result<Data> UrlAssetRepositoryImpl::WriteFileValue(const Url& directory, const 
                                                     const Url& source, const IdAndVersion& asset, KIND kind) {
     const Url file = TRY(ResolveSource(source));
     const std::string name = MakeMetaDataFileName(metaId.GetView(), kind, source.GetSuffix());
-    Data value(MakeMetaUrl(asset, name, GetFinalUrl(directory)));
+    Data value(MakeMetaUrl(asset, name, GetFinalUrl(directory) + name));
     if (staged) {
         TRY(CopyValue(file, directory + name));
     } else {

@@ -130,8 +130,6 @@ private:
     Guarded<HashSet<Id>, Spinlock> _freshDirectories;
 };
 
-/// Url of a metadata value that is the file `name` in `directory`, which resolves to it.
-Url MakeMetaUrl(const IdAndVersion& asset, std::string_view name, const Url& directory);
 /// The way in which payloads are hashed: SHA-256 over what goes by.
 AssetHashStream MakePayloadHashStream();
 
