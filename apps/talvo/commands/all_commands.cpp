@@ -10,6 +10,7 @@ CommandList MakeAllCommands() {
     commands.push_back(MakeShowCommand());
     commands.push_back(MakeCatCommand());
     commands.push_back(MakeExportCommand());
+    commands.push_back(MakeUrlCommand());
     commands.push_back(MakeStoreCommand());
     commands.push_back(MakeDeleteCommand());
     commands.push_back(MakeEraseCommand());

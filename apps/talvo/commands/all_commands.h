@@ -22,5 +22,6 @@ std::unique_ptr<Command> MakeMetaUnsetCommand();
 std::unique_ptr<Command> MakeVerifyCommand();
 std::unique_ptr<Command> MakeGcCommand();
 std::unique_ptr<Command> MakeStatCommand();
+std::unique_ptr<Command> MakeUrlCommand();
 
 }  // namespace talvo
