@@ -36,10 +36,17 @@ String GetText(const DataDictionary* entry) {
     return entry ? entry->Get<String>(DESCRIPTION::TRANSLATEDSTRING).value_or(String()) : String();
 }
 
-/// The text that every asset has under `key` as long as nobody gave it one of its own. Kept for the life of the process once it could be loaded.
-String GetBaseText(const InternedId& key, LanguageRef language) {
-    using BaseTexts = HashMap<std::pair<Id, Id>, String>;
+/// By language and key.
+using BaseTexts = HashMap<std::pair<Id, Id>, String>;
+
+Guarded<BaseTexts, ARWLock>& GetKnownBaseTexts() {
     static auto& known = *new Guarded<BaseTexts, ARWLock>;
+    return known;
+}
+
+/// The text that every asset has under `key` as long as nobody gave it one of its own. Kept until the module stops once it could be loaded.
+String GetBaseText(const InternedId& key, LanguageRef language) {
+    auto& known = GetKnownBaseTexts();
     const std::pair<Id, Id> place(language->GetIdentifier(), key.GetId());
     {
         const auto texts = known.Read();
@@ -136,6 +143,12 @@ DataDictionary MakeEntry(const DataDictionary* present, const InternedId& key, c
 }
 
 }  // namespace
+
+void MetaStrings::DropBaseTexts() {
+    BaseTexts dropped;
+    const auto known = GetKnownBaseTexts().Write();
+    std::swap(*known, dropped);
+}
 
 Result<Opt<DataDescriptionDefinition>> MetaStrings::GetDefinition(const AssetMetaData& metaData,
                                                                   const InternedId& languageMetaDataId) {

@@ -18,6 +18,9 @@ Result<void> Store(const AssetTypeInterface* type, const AssetDescription& asset
 /// Tells the description system that texts of `asset` have changed. What fails there concerns its users only.
 void NoteChange(const AssetDescription& asset, LanguageRef language);
 
+/// Forgets the texts that assets have by default: who asks next loads them again.
+void DropBaseTexts();
+
 }  // namespace MetaStrings
 
 }  // namespace talvo

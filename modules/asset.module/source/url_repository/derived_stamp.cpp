@@ -2,6 +2,7 @@
 
 #include "kernel/app/application.h"
 #include "kernel/data/standard_types.h"
+#include "kernel/thread/locks.h"
 
 #include <tuple>
 
@@ -16,11 +17,29 @@ Result<CString> MakeStamp() {
     return CString(FormatMessage("@_@", Float64(version.number) / 1000.0, version.build));
 }
 
+Guarded<CString, Spinlock>& GetKnownStamp() {
+    static auto& stamp = *new Guarded<CString, Spinlock>(KERNEL_TABLE_LOCK);
+    return stamp;
+}
+
 }  // namespace
 
 Result<CString> GetDerivedStamp() {
-    static const Result<CString> stamp = MakeStamp();
+    {
+        const auto known = GetKnownStamp().Read();
+        if (known->IsPopulated()) return CString(*known);
+    }
+    CString stamp = TRY(MakeStamp());
+    CString copy = stamp;
+    const auto known = GetKnownStamp().Write();
+    std::swap(*known, copy);
     return stamp;
+}
+
+void DropDerivedStamp() {
+    CString dropped;
+    const auto known = GetKnownStamp().Write();
+    std::swap(*known, dropped);
 }
 
 Result<Data> PackDerivedValue(const Data& value) {

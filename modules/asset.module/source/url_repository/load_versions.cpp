@@ -2,11 +2,11 @@
 //
 // Of several directories with one number the preferred one that is a version counts. A version is what has a payload or says that it is deleted; what
 // is wrong with the rest of it costs that one thing only: its order, a value, its id.
-#include "asset_scheme/url_parts.h"
 #include "kernel/app/log.h"
 #include "kernel/io/file_utilities.h"
 #include "url_repository/hash_file.h"
 #include "url_repository/metadata_document.h"
+#include "url_repository/metadata_files.h"
 #include "url_repository/tree_access.h"
 #include "url_repository/url_asset_repository.h"
 
@@ -67,12 +67,14 @@ Result<Opt<UrlAssetRepositoryImpl::LoadedVersion>> UrlAssetRepositoryImpl::LoadV
         loaded.payload = loaded.directory + payload;
     }
     TRY(LoadVersionId(version, content, loaded));
-    TRY(AddMetaData(aid, loaded.directory, content, KIND::NONE, loaded));
+    const IdAndVersion identity(aid, loaded.versionId);
+    TRY(AddMetaDataFiles(identity, loaded.directory, content, KIND::NONE, loaded.metaData));
     TRY(LoadTime(loaded));
     for (const Url& tree : GetSideTrees()) {
         const Url directory = GetSideDirectory(tree, loaded.directory);
         const VersionContent side = TRY(ScanVersionDirectory(directory));
-        TRY(AddMetaData(aid, directory, side, tree == _places.user ? KIND::USER : KIND::DERIVED, loaded));
+        const KIND kind = tree == _places.user ? KIND::USER : KIND::DERIVED;
+        TRY(AddMetaDataFiles(identity, directory, side, kind, loaded.metaData));
     }
     return Opt<LoadedVersion>(std::move(loaded));
 }
@@ -107,27 +109,6 @@ Result<Id> UrlAssetRepositoryImpl::ComputeVersionId(const Url& versionDirectory,
     const Result<void> written = ReplaceFile(versionDirectory + HASH_FILE_NAME, WriteHashText({id, {}}));
     if (written.IsError()) Log(LOG_LEVEL::WARNING, "The hash of @ can't be kept: @", payload, written.GetError()->GetMessage());
     return id;
-}
-
-Result<void> UrlAssetRepositoryImpl::AddMetaData(const Id& aid, const Url& directory, const VersionContent& content, KIND tree,
-                                                 LoadedVersion& loaded) {
-    for (const auto& [name, meaning] : content.metaData) {
-        // The side trees hold nothing but their own kind.
-        const KIND kind = meaning.kind | tree;
-        const Bool isForeign = tree == KIND::DERIVED && kind != meaning.kind;
-        if (isForeign || !IsStorableKind(kind)) continue;
-        const Id key = TRY(Id::Create(meaning.key));
-        const InternedId id(key);
-        // The first one counts: the repository's own before the side trees, a document before a file.
-        if (loaded.metaData.Contains(id)) continue;
-        AssetMetaDataEntry entry{Data(), kind, false, 1};
-        if (meaning.form == MetaDataFileName::FORM::FILE) {
-            entry.value = Data(MakeMetaUrl({aid, loaded.versionId}, name, directory + name));
-            entry.loaded = true;
-        }
-        TRY(loaded.metaData.Insert(id, std::move(entry)));
-    }
-    return OK;
 }
 
 Result<void> UrlAssetRepositoryImpl::LoadTime(LoadedVersion& loaded) {

@@ -7,6 +7,7 @@
 #include "kernel/app/log.h"
 #include "kernel/io/file_utilities.h"
 #include "url_repository/metadata_document.h"
+#include "url_repository/metadata_files.h"
 #include "url_repository/tree_access.h"
 #include "url_repository/url_asset_repository.h"
 
@@ -32,25 +33,6 @@ Result<void> CopyValue(const Url& source, const Url& target) {
     return OK;
 }
 
-/// Nobody sees half of a value, be it a whole tree.
-Result<void> RemoveFile(const Url& directory, const Url& file) {
-    if (file.IoDetect() != IO_DETECT::DIRECTORY) return file.IoDelete();
-    const Url hidden = TRY(HideDirectory(file));
-    DeleteHidden(directory, hidden);
-    return OK;
-}
-
-/// @param removed counts those that went, also if another one failed.
-Result<void> RemoveFiles(const Url& directory, const std::vector<Url>& files, Int& removed) {
-    return CatchOutOfMemory([&]() -> Result<void> {
-        for (const Url& file : files) {
-            TRY(RemoveFile(directory, file));
-            ++removed;
-        }
-        return files.empty() ? Result<void>(OK) : SyncNames(directory);
-    });
-}
-
 /// Whether a value at `target` is the one that is read while `others` are there: a document counts before a file, then the first name.
 Bool CountsBefore(const Url& target, const std::vector<Url>& others) {
     return std::all_of(others.begin(), others.end(), [&](const Url& other) {
@@ -65,7 +47,7 @@ Result<void> FinishOrTakeBack(const Url& directory, const Url& hidden, const Url
                               const std::vector<Url>& others, Bool countsBeforeOthers) {
     const Result<void> synced = CatchOutOfMemory([&] { return SyncNames(directory); });
     Int removed = 0;
-    const Result<void> finished = synced.IsOk() ? RemoveFiles(directory, others, removed) : synced;
+    const Result<void> finished = synced.IsOk() ? RemoveValueFiles(directory, others, removed) : synced;
     if (finished.IsOk() || removed > 0) return finished;
     const Result<void> takenBack = CatchOutOfMemory([&] { return target.IoRename(hidden, mode); });
     if (takenBack.IsOk() || synced.IsError() || !countsBeforeOthers) return finished;
@@ -130,7 +112,7 @@ Result<Data> UrlAssetRepositoryImpl::StoreMetaDataImpl(const Data& vdata, const 
     if (removes) {
         const std::vector<Url> files = TRY(FindValueFiles(directory, metaId, kind, {}));
         Int removed = 0;
-        TRY(RemoveFiles(directory, files, removed));
+        TRY(RemoveValueFiles(directory, files, removed));
         return Data();
     }
     // The version's own directory is never made here: one that was erased meanwhile must not come back.
@@ -140,32 +122,16 @@ Result<Data> UrlAssetRepositoryImpl::StoreMetaDataImpl(const Data& vdata, const 
     return data;
 }
 
-// Whatever was computed from the old content is stale now.
 Result<void> UrlAssetRepositoryImpl::DropDerivedValues(const Url& versionDirectory) {
     const Opt<Url> directory = FindMetaDataDirectory(versionDirectory, KIND_DERIVED);
-    if (!directory) return OK;
-    const VersionContent content = TRY(ScanVersionDirectory(*directory));
-    for (const auto& [name, meaning] : content.metaData) {
-        const Bool isDerived = HasFlag(meaning.kind, KIND::DERIVED) && meaning.form == MetaDataFileName::FORM::DOCUMENT;
-        if (isDerived) TRY((*directory + name).IoDelete());
-    }
-    return OK;
+    return directory ? DropDerivedDocuments(*directory) : Result<void>(OK);
 }
 
 Result<void> UrlAssetRepositoryImpl::WriteDocument(const Url& directory, const Bool staged, const InternedId& metaId,
                                                    const Data& data, KIND kind) {
+    if (!staged || HasFlag(kind, KIND::USER)) return ReplaceMetaDataDocument(directory, metaId, data, kind);
     const std::string text = TRY(MakeMetaDataDocument(data, kind));
-    const std::string name = MakeMetaDataFileName(metaId.GetView(), kind);
-    if (staged && !HasFlag(kind, KIND::USER)) return WriteNewFile(directory + name, text);
-    std::vector<Url> others;
-    if (!HasFlag(kind, KIND::DERIVED)) others = TRY(FindValueFiles(directory, metaId, kind, name));
-    TRY(ReplaceFile(directory + name, text));
-    // The document counts before them, so what stays of them is never read.
-    Int removed = 0;
-    const Result<void> done = RemoveFiles(directory, others, removed);
-    if (done.IsError())
-        Log(LOG_LEVEL::WARNING, "A former value of @ stays beside it: @", directory + name, done.GetError()->GetMessage());
-    return OK;
+    return WriteNewFile(directory + MakeMetaDataFileName(metaId.GetView(), kind), text);
 }
 
 Result<Data> UrlAssetRepositoryImpl::WriteFileValue(const Url& directory, const Bool staged, const InternedId& metaId,
@@ -180,18 +146,6 @@ Result<Data> UrlAssetRepositoryImpl::WriteFileValue(const Url& directory, const 
         TRY(PlaceValue(GetRoot(), file, directory + name, others));
     }
     return value;
-}
-
-Result<std::vector<Url>> UrlAssetRepositoryImpl::FindValueFiles(const Url& directory, const InternedId& metaId, KIND kind,
-                                                                std::string_view except) {
-    const std::string document = MakeMetaDataFileName(metaId.GetView(), kind);
-    const VersionContent content = TRY(ScanVersionDirectory(directory));
-    std::vector<Url> files;
-    for (const auto& [name, meaning] : content.metaData) {
-        const Bool isSame = meaning.key == metaId.GetView() && MakeMetaDataFileName(meaning.key, meaning.kind) == document;
-        if (isSame && name != except) files.push_back(directory + name);
-    }
-    return files;
 }
 
 }  // namespace talvo

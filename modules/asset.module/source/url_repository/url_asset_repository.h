@@ -77,8 +77,6 @@ private:
     Result<Opt<LoadedVersion>> LoadVersion(const Id& aid, const Url& assetDirectory, const VersionDirectory& version);
     Result<void> LoadVersionId(const VersionDirectory& version, const VersionContent& content, LoadedVersion& loaded);
     Result<Id> ComputeVersionId(const Url& versionDirectory, const Url& payload);
-    Result<void> AddMetaData(const Id& aid, const Url& directory, const VersionContent& content, KIND tree,
-                             LoadedVersion& loaded);
     Result<void> LoadTime(LoadedVersion& loaded);
     Result<Bool> DeliverVersion(const UrlAssetData& asset, const Id& aid, const Id& type, const LoadedVersion& loaded,
                                 AssetVersionReceiver receiver);
@@ -107,10 +105,6 @@ private:
     Result<void> WriteDocument(const Url& directory, const Bool staged, const InternedId& metaId, const Data& data, KIND kind);
     Result<Data> WriteFileValue(const Url& directory, const Bool staged, const InternedId& metaId, const Url& source,
                                 const IdAndVersion& asset, KIND kind);
-    /// What holds the value of `metaId` in this directory, but for the file named `except`.
-    static Result<std::vector<Url>> FindValueFiles(const Url& directory, const InternedId& metaId, KIND kind,
-                                                   std::string_view except);
-
     /// Directory of a version in the derived or user tree: `<tree>/<asset directory>/<n>`.
     static Url GetSideDirectory(const Url& tree, const Url& versionDirectory);
     /// The derived and the user tree, where they are trees of their own.
