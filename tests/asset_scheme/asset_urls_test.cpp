@@ -1,5 +1,6 @@
 // Urls of assets: what each form finds, what is read through it, and what it is called.
 #include "asset_scheme/register_schemes.h"
+#include "asset_scheme/resolve_info.h"
 #include "asset_scheme/url_parts.h"
 #include "contract/repository_contract.h"
 #include "kernel/io/connection.h"
@@ -196,6 +197,16 @@ TEST_P(AssetUrls, ARepositoryInTheUrlSparesTheSearchUntilItGoes) {
     EXPECT_THAT(url.OpenConnection(), FailsWith<IoError>("No asset found"));
     Store(_repository, "table"_id, "new");
     EXPECT_EQ(Read(url), "new");
+}
+
+TEST_P(AssetUrls, AUrlInMetaDataHoldsNoDescription) {
+    const AssetDescription chair = Store(_repository, "chair"_id, "wood");
+    const Url url = Need(AssetInterface::GetAssetUrl(chair, false));
+    Need(chair.StoreMetaData(MakeMetaId("origin"), Data(url), Kind(2)));
+    const Url read = *Need(chair->GetMetaData().Get<Url>(MakeMetaId("origin")));
+    EXPECT_EQ(read, url);
+    EXPECT_FALSE(FindResolveInfo(read)) << "the description holds this very value";
+    EXPECT_TRUE(FindResolveInfo(url));
 }
 
 TEST_P(AssetUrls, APlaceIsFoundByTheTableWhateverChanged) {

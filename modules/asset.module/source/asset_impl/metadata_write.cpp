@@ -1,5 +1,6 @@
 // The one road by which a value is written after its version exists.
 #include "asset_impl/repository_engine.h"
+#include "asset_scheme/resolve_info.h"
 #include "kernel/text/message_text.h"
 
 namespace talvo {
@@ -44,7 +45,7 @@ Result<void> RepositoryEngine::WriteMetaData(const MetaDataWrite& write) {
                                    write.kind, [&](const Data& vdata, KIND kind) -> Result<Data> {
                                        // The entry may be of another kind than the one asked for, and that is the one that is written.
                                        if (IsRepositoryContent(kind)) TRY(CheckWritable());
-                                       return _self.StoreMetaDataImpl(vdata, write.metaId, write.data,
+                                       return _self.StoreMetaDataImpl(vdata, write.metaId, WithoutDescription(write.data),
                                                                       write.asset->GetIdAndVersion(), write.source, kind, asFile);
                                    }));
     _self.HandleMetaDataStored(write.asset, write.metaId, change.kind, change.previous, change.current);

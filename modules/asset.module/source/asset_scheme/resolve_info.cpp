@@ -20,6 +20,15 @@ Opt<ResolveInfo> FindResolveInfo(const Url& url) {
     return info;
 }
 
+Data WithoutDescription(const Data& data) {
+    const Url* url = data.GetPtr<Url>();
+    const Opt<ResolveInfo> info = url ? url->GetData<ResolveInfo>(RESOLVE_INFO_KEY) : std::nullopt;
+    if (!info || !info->description) return data;
+    Url plain = *url;
+    plain.EraseData(RESOLVE_INFO_KEY);
+    return Data(std::move(plain));
+}
+
 Opt<Url> FindResolveTarget(const Url& url) {
     Opt<ResolveInfo> info = FindResolveInfo(url);
     return info ? Opt<Url>(std::move(info->target)) : std::nullopt;

@@ -25,6 +25,8 @@ struct DataTraits<ResolveInfo> {
 Url AttachResolveInfo(Url url, const Url& target, const AssetDescription& description);
 /// The record of `url`, if there is one and the url was not changed since.
 Opt<ResolveInfo> FindResolveInfo(const Url& url);
+/// `data` as metadata may keep it. A url that carries a description lets go of it: that one holds its metadata, so that neither would ever end.
+Data WithoutDescription(const Data& data);
 /// Where the bytes of `url` lie, as far as the url itself knows.
 Opt<Url> FindResolveTarget(const Url& url);
 
