@@ -2,11 +2,13 @@
 #include "asset_scheme/register_schemes.h"
 #include "asset_scheme/resolve_info.h"
 #include "asset_scheme/url_parts.h"
+#include "assets/asset_repository_decorators.h"
 #include "contract/repository_contract.h"
 #include "kernel/io/connection.h"
 #include "kernel/io/file_utilities.h"
 
 #include <cctype>
+#include <cstdlib>
 #include <filesystem>
 
 namespace talvo {
@@ -273,6 +275,41 @@ TEST_P(AssetUrls, PeopleReadNamesAndVersions) {
            {"asset:///plain", 1, "plain"}});
     Need(tree.StoreMetaData(InternedId(ASSETMETADATA::VERSIONTAG), Data(String("1.2")), Kind(6)));
     check({{"asset:///tree", 4 | 1, "tree (Latest: 1.2).png"}, {"asset:///tree?name=x", 4 | 1, "tree (1.2).png"}});
+}
+
+/// Says of each asset that its content lies at the url of the one before: "3" at "2", that at "1", and "0" at its own; of "a" at "b", and of "b" at "a".
+class ChainRepository final : public AssetRepositoryDecoratorBase {
+public:
+    explicit ChainRepository(const AssetRepositoryRef& repository)
+        : AssetRepositoryDecoratorBase(repository->GetId()), _repository(repository) {}
+    AssetRepositoryRef GetDecoratedObject() const override { return _repository; }
+    Result<AssetDescription> FindLatestAsset(const Id&, const Id& aid, const Id&, ASSET_FIND_MODE) override {
+        const std::string id(aid.GetView());
+        AssetDescription::Parts parts;
+        parts.type = ASSETTYPE_FILE;
+        parts.identity = {aid, "1"_id};
+        const std::string next = id == "a" ? "b" : id == "b" ? "a" : std::to_string(std::max(std::atoi(id.c_str()) - 1, 0));
+        parts.url = id == "1" ? content : Url::Create(URLSCHEME_ASSET, "", next);
+        return AssetDescription::Create(_repository, std::move(parts));
+    }
+    Url content;
+
+private:
+    const AssetRepositoryRef _repository;
+};
+
+TEST_P(AssetUrls, ContentMayLieAtTheUrlOfAnotherAssetButNotInACircle) {
+    const auto chain = StrongRef<ChainRepository>::Create(_repository);
+    GetScratch().Write("content", "wood");
+    chain->content = GetScratch().GetUrl() + "content";
+    AssetInterface::SetUserPrefsRepository(chain);
+    EXPECT_EQ(Read(Parse("asset:///3")), "wood");
+    EXPECT_EQ(Need(Parse("asset:///16").Normalize(NORMALIZE::REAL_WHOLLY)), chain->content);
+    EXPECT_EQ(Need(Parse("asset:///16").Normalize(NORMALIZE::REAL)), Parse("asset:///15"));
+    EXPECT_THAT(Parse("asset:///17").Normalize(NORMALIZE::REAL_WHOLLY), FailsWith<IoError>("without an end"));
+    EXPECT_THAT(Parse("asset:///a").OpenInputStream(), FailsWith<IoError>("without an end"));
+    EXPECT_THAT(Parse("asset:///0").OpenInputStream(), FailsWith<IoError>("leads back to itself"));
+    EXPECT_EQ(Need(Parse("asset:///0").Normalize(NORMALIZE::REAL_WHOLLY)), Parse("asset:///0"));
 }
 
 TEST(AssetUrlSchemes, AreRegisteredOnceAndAllOrNone) {

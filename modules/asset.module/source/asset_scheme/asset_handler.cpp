@@ -29,6 +29,7 @@ public:
     Result<IoConnectionRef> OpenConnection(const Url& url) override {
         ResolvedUrl resolved = TRY(ResolveUrl(url, AssetInterface::GetUserPrefsRepository()));
         if (resolved.target.IsEmpty()) return IoError::Create(FormatMessage("The url @ names no asset. Add the id of one.", url));
+        if (IsOurs(resolved.target)) resolved = TRY(FollowToTheEnd(url));
         return IoConnectionRef(new AssetConnection(url, std::move(resolved)));
     }
 
@@ -57,6 +58,16 @@ public:
     }
 
 private:
+    static Bool IsOurs(const Url& url) { return url.GetScheme() == URLSCHEME_ASSET || url.GetScheme() == URLSCHEME_META; }
+
+    /// The content of an asset may lie at the url of another one, and that at the first one's.
+    static Result<ResolvedUrl> FollowToTheEnd(const Url& url) {
+        ResolvedUrl resolved;
+        resolved.target = TRY(url.IoNormalize(NORMALIZE::REAL_WHOLLY));
+        if (!IsOurs(resolved.target)) return resolved;
+        return IoError::Create(FormatMessage("The url @ leads to no content: @ leads back to itself.", url, resolved.target));
+    }
+
     const ASSET_SCHEME _scheme;
 };
 
