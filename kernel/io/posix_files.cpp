@@ -205,6 +205,12 @@ Attempt<Bool> IsOnReadOnlySystem(const FileName& name) {
     return readOnly;
 }
 
+int CheckChangeable(const FileName& directory) {
+    return DoNumbered(FILE_OPERATION::STAT, {directory.path}, [&](const FaultPoint&) {
+        return ErrorOf([&] { return faccessat(directory.directory, directory.name, W_OK | X_OK, AT_EACCESS); });
+    });
+}
+
 Attempt<FileHandle> OpenForLock(const FileName& name, LOCK_FILE mode) {
     // Reading is enough to lock, and works where writing is forbidden.
     const int flags = mode == LOCK_FILE::MAKE ? O_RDWR | O_CREAT : O_RDONLY;

@@ -113,6 +113,8 @@ Attempt<struct stat> StatOpen(const FileHandle& file, std::string_view path);
 int CheckUnchanged(const FileHandle& file, const struct stat& before, std::string_view path);
 int SetMode(const FileName& name, mode_t mode);
 Attempt<Bool> IsOnReadOnlySystem(const FileName& name);
+/// Whether this process may make and remove names in a directory: EACCES, EROFS and the like if not.
+int CheckChangeable(const FileName& directory);
 
 // Locks, advisory, of the whole file; gone when it is unlocked or closed.
 

@@ -1,6 +1,9 @@
 // Opening and making repositories: what is refused, with which words, and what is protected.
 #include "asset_impl/config.h"
+#include "support/stress_threads.h"
 #include "url_repository/url_repository_fixture.h"
+
+#include <set>
 
 namespace talvo {
 namespace {
@@ -30,6 +33,8 @@ TEST_F(CreateRepository, RefusesWhatIsNoRepository) {
     EXPECT_THAT(Create(GetRoot(), "", ACCESS::WRITABLE, REPOSITORYTYPE_WATCHFOLDER),
                 FailsWith<UnsupportedOperationError>("watch folders"));
     EXPECT_THAT(Create(GetRoot(), "a\tb", ACCESS::WRITABLE), FailsWith<IllegalArgumentError>("control character"));
+    EXPECT_THAT(Create(GetRoot(), " a", ACCESS::WRITABLE), FailsWith<IllegalArgumentError>("blanks around it"));
+    EXPECT_THAT(Create(GetRoot(), std::string(4097, 'a'), ACCESS::WRITABLE), FailsWith<IllegalArgumentError>("4096 bytes"));
     EXPECT_EQ(_scratch.List("repo"), "");
     _scratch.Write("repo/databaseid", "theirs");
     EXPECT_THAT(Create(GetRoot(), "mine", ACCESS::READ_ONLY), FailsWith<IllegalStateError>(none));
@@ -46,7 +51,7 @@ TEST_F(CreateRepository, MakesAnIdentifierWhereThereIsNone) {
 }
 
 TEST_F(CreateRepository, ReadsIdentifiersAsPeopleWriteThem) {
-    for (const char* text : {"an id", "an id\n", "an id\r\n"}) {
+    for (const char* text : {"an id", "an id\n", "an id\r\n", " \t an id \n\n"}) {
         _scratch.Write("repo/databaseid", text);
         EXPECT_EQ(Need(Create(GetRoot(), "", ACCESS::READ_ONLY))->GetId(), "an id"_id) << text;
     }
@@ -64,6 +69,89 @@ TEST_F(CreateRepository, ADamagedIdentifierIsAnErrorThatNamesTheFile) {
     Remove("repo/databaseid");
     MakeFifo("repo/databaseid");
     EXPECT_THAT(Create(GetRoot(), "x", ACCESS::WRITABLE), FailsWith<IoError>(_scratch / "repo/databaseid"));
+}
+
+TEST_F(CreateRepository, AnIdentifierByWhichAssetsAreKnownIsNeverMadeUp) {
+    WriteInfo("a", "a");
+    for (const std::string& text : {std::string(), std::string(" \n"), std::string("tab\there"), std::string(4097, 'a')}) {
+        _scratch.Write("repo/databaseid", text);
+        for (const ACCESS access : {ACCESS::WRITABLE, ACCESS::READ_ONLY}) {
+            const auto created = Create(GetRoot(), "mine", access);
+            ASSERT_TRUE(created.IsError()) << text.size();
+            EXPECT_THAT(created.GetError()->GetMessage(), testing::HasSubstr(_scratch / "repo/databaseid"));
+        }
+        EXPECT_EQ(_scratch.Read("repo/databaseid"), text);
+    }
+}
+
+TEST_F(CreateRepository, NoFolderMayBeAStandardRepository) {
+    for (const Id& id : {Id(REPOSITORY_BUILTIN), Id(REPOSITORY_APPLICATION), Id(REPOSITORY_USERPREFS)}) {
+        const std::string text = ToText(id);
+        EXPECT_THAT(Create(GetRoot(), text, ACCESS::WRITABLE), FailsWith<IllegalStateError>(text)) << "to be made";
+        _scratch.Write("repo/databaseid", text);
+        EXPECT_THAT(Create(GetRoot(), "", ACCESS::READ_ONLY), FailsWith<IllegalStateError>(text)) << "found";
+        EXPECT_THAT(Create(GetRoot(), text, ACCESS::WRITABLE), FailsWith<IllegalStateError>(text)) << "asked for and found";
+        Remove("repo/databaseid");
+    }
+    const std::string place = "home/generated/net.talvo.asset/userrepository";
+    _scratch.MakeFolder(place);
+    EXPECT_THAT(Create(_scratch.GetUrl() + place, ToText(Id(REPOSITORY_USERPREFS)), ACCESS::WRITABLE), Succeeds())
+        << "it is the one at its own place";
+}
+
+TEST_F(CreateRepository, WhatLiesInTwoHandsIsStoredOnce) {
+    // Two objects on one directory are two parties, as two processes are.
+    const std::vector<UpdatableAssetRepositoryRef> repositories{Open(), Open()};
+    RunStress(2, [&](Int thread) {
+        for (Int i = 0; i < 30; ++i) {
+            NoteStressStep();
+            const std::string bytes = std::to_string(thread) + "." + std::to_string(i);
+            Need(repositories[std::size_t(thread)]->StoreAsset(
+                MakeId(i % 3 == 0 ? "both" : "own" + std::to_string(thread)),
+                MakeFileAsset(_scratch, "payload" + std::to_string(thread) + ".txt", bytes), nullptr));
+        }
+    });
+    const std::vector<std::string> stored = Describe(Open());
+    EXPECT_EQ(stored.size(), 60u);
+    std::set<std::string> payloads;
+    for (const std::string& line : stored) payloads.insert(line.substr(line.find(' ')));
+    EXPECT_EQ(payloads.size(), 60u) << "each is there, none in the place of another";
+}
+
+TEST_F(CreateRepository, UrlsInValuesOfOthersStayInside) {
+    const struct {
+        const char* why;
+        Url url;
+        Bool isKept;
+    } cases[] = {
+        {"below the root", GetRoot() + "a" + "1" + "asset.txt", true},
+        {"another asset", Url::Create("asset"_id, "", "/b"), true},
+        {"a value", Url::Create("meta"_id, "", "/b/k.meta.png"), true},
+        {"relative", Url::Create("relative"_id, "", "b"), true},
+        {"elsewhere", _scratch.GetUrl() + "secret", false},
+        {"beside the root", _scratch.GetUrl() + "repository", false},
+        {"up and out", GetRoot() + ".." + "secret", false},
+        {"another computer", Url::Create("https"_id, "example.org", "/x"), false},
+    };
+    {
+        const auto repository = Open();
+        const AssetDescription asset = Store(repository, "a", "x");
+        for (const auto& each : cases) {
+            std::string key(each.why);
+            std::replace(key.begin(), key.end(), ' ', '.');
+            Need(asset.StoreMetaData(MakeMetaId(key), Data(each.url), KIND::PERSISTENT));
+        }
+    }
+    for (const ACCESS access : {ACCESS::READ_ONLY, ACCESS::WRITABLE}) {
+        const auto repository = Open(access);
+        const AssetDescription asset = FindLatest(repository, MakeId("a"));
+        for (const auto& each : cases) {
+            std::string key(each.why);
+            std::replace(key.begin(), key.end(), ' ', '.');
+            const auto value = Need(asset->GetMetaData().Get<Url>(MakeMetaId(key)));
+            EXPECT_EQ(value.has_value(), each.isKept || access == ACCESS::WRITABLE) << each.why;
+        }
+    }
 }
 
 TEST_F(CreateRepository, AReadOnlyIdentifierProtectsTheRepository) {

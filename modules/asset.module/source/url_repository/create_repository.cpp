@@ -5,6 +5,7 @@
 #include "kernel/app/application.h"
 #include "url_repository/asset_directory_name.h"
 #include "url_repository/database_id.h"
+#include "url_repository/tree_access.h"
 #include "url_repository/url_asset_repository.h"
 
 namespace talvo {
@@ -20,9 +21,22 @@ struct Identity {
     Access access = Access::READ_ONLY;
 };
 
+/// The ids of the standard repositories belong to their own places: what else has one would be taken for them.
+Result<void> CheckClaim(const Url& root, const Id& id) {
+    Bool isTheirs = id == REPOSITORY_BUILTIN;
+    if (id == REPOSITORY_APPLICATION || id == REPOSITORY_USERPREFS) {
+        const Result<Url> place = id == REPOSITORY_USERPREFS ? GetUserRepositoryPlace() : GetApplicationRepositoryPlace();
+        isTheirs = place.IsError() || !(root == place.GetValue());
+    }
+    if (!isTheirs) return OK;
+    return IllegalStateError::Create(FormatMessage(
+        "@ can't be the repository @, since that is the program's own and lies elsewhere. Put another identifier in @.", root, id,
+        root + REPOSITORY_IDENTIFIER_FILE));
+}
+
 /// A `databaseid` marked as read-only protects the repository, and its id as well.
 Result<Access> GetAccess(const UrlRepositoryRequest& request, const Opt<Id>& stored) {
-    if (request.access != UrlRepositoryRequest::ACCESS::WRITABLE) return Access::READ_ONLY;
+    if (request.access != UrlRepositoryRequest::ACCESS::WRITABLE || RefusesWrites(request.url)) return Access::READ_ONLY;
     if (!stored || g_applicationRepositoryWritable) return Access::WRITABLE;
     const Bool isProtected = TRY(IsDatabaseIdReadOnly(request.url));
     return isProtected ? Access::READ_ONLY : Access::WRITABLE;
@@ -31,11 +45,15 @@ Result<Access> GetAccess(const UrlRepositoryRequest& request, const Opt<Id>& sto
 Result<Identity> EnsureIdentity(const UrlRepositoryRequest& request) {
     const Opt<Id> stored = TRY(ReadDatabaseId(request.url));
     const Access access = TRY(GetAccess(request, stored));
-    if (stored && (request.id.IsEmpty() || request.id == *stored)) return Identity{*stored, access};
+    if (stored && (request.id.IsEmpty() || request.id == *stored)) {
+        TRY(CheckClaim(request.url, *stored));
+        return Identity{*stored, access};
+    }
     if (access == Access::READ_ONLY) {
         return IllegalStateError::Create(
             FormatMessage("The repository at path @ has no identifier, so this is not a valid repository path.", request.url));
     }
+    TRY(CheckClaim(request.url, request.id));
     Id wanted = request.id;
     if (wanted.IsEmpty()) wanted = TRY(AssetInterface::MakeUuid("database", true));
     if (stored) {
@@ -66,6 +84,16 @@ Result<UrlAssetRepositoryImpl::Places> GetPlaces(const UrlRepositoryRequest& req
 
 }  // namespace
 
+Result<Url> GetApplicationRepositoryPlace() {
+    const Url resources = TRY(Application::PrivateGetUrl(MODULE_ID, APPLICATION_DIRECTORY::APPLICATION_RESOURCES));
+    return resources + "assets" + "application";
+}
+
+Result<Url> GetUserRepositoryPlace() {
+    const Url generated = TRY(Application::PrivateGetUrl(MODULE_ID, APPLICATION_DIRECTORY::GENERATED));
+    return generated + "userrepository";
+}
+
 Result<Url> GetGeneratedTree(const Id& repositoryId) {
     const Url generated = TRY(Application::PrivateGetUrl(MODULE_ID, APPLICATION_DIRECTORY::GENERATED));
     const std::string name = TRY(MakeDirectoryName(repositoryId));
@@ -81,7 +109,7 @@ Result<UpdatableAssetRepositoryRef> CreateUrlRepository(const UrlRepositoryReque
     if (request.url.IoDetect() != IO_DETECT::DIRECTORY) {
         return IllegalArgumentError::Create(FormatMessage("@ doesn't point to a directory.", request.url));
     }
-    TRY(CheckIdText(request.id, "repository id"));
+    TRY(CheckDatabaseId(request.id));
     const Identity identity = TRY(EnsureIdentity(request));
     UrlAssetRepositoryImpl::Places places = TRY(GetPlaces(request, identity));
     const StrongRef<UrlAssetRepositoryImpl> repository(new UrlAssetRepositoryImpl(std::move(places), identity.access));

@@ -14,10 +14,15 @@ struct UrlRepositoryRequest {
     enum class LIFETIME { LASTING, TEMPORARY } lifetime = LIFETIME::LASTING;
 };
 
-/// Errors: IllegalArgumentError if the url is no directory or the id has control characters; IllegalStateError if there is no identifier and none may
-/// be written; FileFormatError that names a `databaseid` that holds none; IoError.
+/// Errors: IllegalArgumentError if the url is no directory or the id is none that `databaseid` can hold; IllegalStateError if there is no identifier
+/// and none may be written, and for the id of a standard repository that lies elsewhere; FileFormatError that names a `databaseid` that holds none;
+/// IoError.
 Result<UpdatableAssetRepositoryRef> CreateUrlRepository(const UrlRepositoryRequest& request);
 
+/// Where the application repository lies, where it is installed.
+Result<Url> GetApplicationRepositoryPlace();
+/// Where the user preferences repository lies.
+Result<Url> GetUserRepositoryPlace();
 /// Where derived values of a repository lie that keeps them out of its root.
 Result<Url> GetGeneratedTree(const Id& repositoryId);
 /// Where user values of all repositories lie.

@@ -8,8 +8,10 @@
 
 namespace talvo {
 
-/// The repository's id: the whole content, without line ends behind it. Nothing if there is no such file, or an empty one.
-/// Errors: IoError; FileFormatError that names the file, if its content is no id.
+/// Whether `id`, which may be null, reads back as it is written. Errors: IllegalArgumentError.
+Result<void> CheckDatabaseId(const Id& id);
+/// The repository's id: the whole content, without blanks and line ends around it. Nothing if there is no such file, or an empty one and no asset
+/// either. Errors: IoError; FileFormatError that names the file, if its content is no id.
 Result<Opt<Id>> ReadDatabaseId(const Url& root);
 /// Gives a directory that has none this id. @return the id that it has now: another one if someone else was faster.
 Result<Id> CreateDatabaseId(const Url& root, const Id& id);

@@ -3,6 +3,7 @@
 #include "kernel/app/log.h"
 #include "kernel/io/file_system.h"
 #include "kernel/io/file_utilities.h"
+#include "kernel/io/posix_files.h"
 
 #include <algorithm>
 
@@ -97,6 +98,12 @@ Result<Url> HideDirectory(const Url& directory) {
     hidden.SetName(name);
     TRY(directory.IoRename(hidden, RENAME_MODE::NO_REPLACE));
     return hidden;
+}
+
+Bool RefusesWrites(const Url& directory) {
+    if (directory.GetScheme() != URLSCHEME_FILESYSTEM) return false;
+    const Result<std::string> path = directory.GetSystemPath();
+    return path.IsError() || PosixFiles::CheckChangeable(path.GetValue()) != 0;
 }
 
 Result<std::string> ReadTreeFile(const Url& file, Int64 limit) {

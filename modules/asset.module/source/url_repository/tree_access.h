@@ -33,6 +33,8 @@ void DeleteHidden(const Url& root, const Url& victim);
 /// Gives a directory a hidden name beside its own. @return its new url. Errors: IoError; it is where it was.
 Result<Url> HideDirectory(const Url& directory);
 
+/// Whether this process may make and remove names in a directory that is there.
+Bool RefusesWrites(const Url& directory);
 /// The content of a file below the root. Errors: IoError that names it, also for a link, which is not followed, and for more than `limit` bytes.
 Result<std::string> ReadTreeFile(const Url& file, Int64 limit);
 /// A file in a directory that is ours alone. Errors: IoError that names it.
