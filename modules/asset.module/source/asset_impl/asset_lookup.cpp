@@ -149,10 +149,10 @@ Result<Bool> RepositoryEngine::DeliverEntry(const Walk& walk, const AssetIdData&
     return true;
 }
 
-Result<Bool> RepositoryEngine::FindInBases(const Walk& walk) {
-    for (const AssetRepositoryRef& base : _self.GetBases()) {
+Result<Bool> RepositoryEngine::FindInBases(const AssetRepositoryInterface& self, const Walk& walk) {
+    for (const AssetRepositoryRef& base : self.GetBases()) {
         TRY(walk.CheckCancelled());
-        if (!base) return NullptrError::Create(FormatMessage("Repository @ has a null base.", _id));
+        if (!base) return NullptrError::Create(FormatMessage("Repository @ has a null base.", self.GetId()));
         const Bool isNew = TRY(walk.visited.Insert(base.GetPointer()));
         if (!isNew) continue;
         const Bool goOn =

@@ -12,8 +12,9 @@ namespace {
 
 constexpr const char* DESCRIPTION_DATABASE_PREFIX = "assets.";
 
-/// The id as the registered renamings have it; the first one that answers counts.
-Result<Id> GetRenamed(const Id& aid) {
+}  // namespace
+
+Result<Id> GetRenamedAssetId(const Id& aid) {
     if (aid.IsEmpty()) return aid;
     for (const auto& entry : GetAssetRenamings().GetEntries()) {
         Id renamed = TRY(entry->value(aid));
@@ -21,8 +22,6 @@ Result<Id> GetRenamed(const Id& aid) {
     }
     return aid;
 }
-
-}  // namespace
 
 Result<Bool> FindAssets(const AssetRepositoryRef& repository, Block<const Id> types, const Id& aid, const Id& version,
                         ASSET_FIND_MODE findMode, AssetReceiver receiver) {
@@ -83,7 +82,7 @@ AssetRepositoryRef BaseAssetRepository::FindRepository(const Id& repoId) {
 Result<Bool> BaseAssetRepository::PrivateFindAssets(Block<const Id> types, const Id& aid, const Id& version,
                                                     ASSET_FIND_MODE findMode, AssetFindReceiver assets,
                                                     VisitedRepositories& visited, LatestAssets& latestMap) {
-    const Id renamed = TRY(GetRenamed(aid));
+    const Id renamed = TRY(GetRenamedAssetId(aid));
     const RepositoryEngine::Walk walk{types, renamed, version, findMode, assets, visited, latestMap};
     Bool lookHere = !RepositoryGraph::Of(*this).isSkippedInSearch.load(std::memory_order_acquire);
     if (lookHere && walk.Has(ASSET_FIND_MODE::ASK_REPOSITORY)) lookHere = TRY(assets(AssetFindItem(GetSelf())));
@@ -92,7 +91,7 @@ Result<Bool> BaseAssetRepository::PrivateFindAssets(Block<const Id> types, const
         if (!goOn) return false;
     }
     if (walk.Has(ASSET_FIND_MODE::WITHOUT_BASES)) return true;
-    return _engine->FindInBases(walk);
+    return RepositoryEngine::FindInBases(*this, walk);
 }
 
 Result<void> BaseAssetRepository::PrivatePrefetchMetaData(const InternedId& metaId, ASSET_METADATA_KIND kind,

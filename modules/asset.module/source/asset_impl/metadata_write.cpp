@@ -14,6 +14,8 @@ Bool IsMetaIdCharacter(char c) {
 /// The character that begins at `at`, for a message.
 std::string GetCharacterAt(const String& text, Int at) { return ToText(text.GetPart(at, 1)); }
 
+}  // namespace
+
 Result<void> CheckMetaId(const InternedId& metaId) {
     const String text = String::FromId(metaId.GetId());
     const Int length = text.GetLength();
@@ -25,8 +27,6 @@ Result<void> CheckMetaId(const InternedId& metaId) {
     }
     return OK;
 }
-
-}  // namespace
 
 Result<void> RepositoryEngine::WriteMetaData(const MetaDataWrite& write) {
     if (IsRepositoryContent(write.kind)) TRY(CheckWritable());

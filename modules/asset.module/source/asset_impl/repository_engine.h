@@ -55,7 +55,8 @@ public:
         Result<void> CheckCancelled() const;
     };
     Result<Bool> FindOwn(const Walk& walk);
-    Result<Bool> FindInBases(const Walk& walk);
+    /// Goes on with the bases of `self`, each once in a walk.
+    static Result<Bool> FindInBases(const AssetRepositoryInterface& self, const Walk& walk);
     Result<AssetDescription> GetDescription(const AssetBase& asset);
     AssetVersionKey GetVersionKey(const AssetBase& asset);
     /// The versions of a record, loaded from the backend at first need.
@@ -122,5 +123,9 @@ private:
 
 /// Errors: IllegalArgumentError that shows `text` escaped, for control characters, and for a null id where `what` must be one.
 Result<void> CheckIdText(const Id& id, const char* what);
+/// Errors: IllegalArgumentError that names the first character that ids of metadata don't have.
+Result<void> CheckMetaId(const InternedId& metaId);
+/// The id as the registered renamings have it; the first one that answers counts.
+Result<Id> GetRenamedAssetId(const Id& aid);
 
 }  // namespace talvo

@@ -1,4 +1,5 @@
 // The static entry points of the asset system: standard repositories, text of a version, fit to the application, dependencies.
+#include "asset_types/standard_repositories.h"
 #include "assets/asset.h"
 #include "assets/asset_repository.h"
 #include "kernel/app/application.h"
@@ -72,6 +73,8 @@ const AssetRepositoryRef& AssetInterface::GetBuiltinRepository() { return GetSlo
 const AssetRepositoryRef& AssetInterface::GetApplicationRepository() { return GetSlot(REPOSITORY_APPLICATION); }
 
 const AssetRepositoryRef& AssetInterface::GetUserPrefsRepository() { return GetSlot(REPOSITORY_USERPREFS); }
+
+void SetStandardRepository(const Id& id, AssetRepositoryRef repository) { std::swap(GetSlot(id), repository); }
 
 void AssetInterface::SetUserPrefsRepository(const AssetRepositoryRef& repository) { GetSlot(REPOSITORY_USERPREFS) = repository; }
 
