@@ -1,5 +1,6 @@
 #include "asset_impl/repository_graph.h"
 
+#include "database_asset.h"
 #include "kernel/description/description_database.h"
 
 namespace talvo {
@@ -86,11 +87,12 @@ Result<DataDescriptionDefinition> RepositoryBase::LoadDescriptionDefinition(Int3
                                                               databaseId.IsOk() ? databaseId.GetValue() : Id());
 }
 
-Result<String> RepositoryBase::GetRepositoryName(LanguageRef, Bool) { return String::FromId(GetId()); }
+Result<String> RepositoryBase::GetRepositoryName(LanguageRef language, Bool addDetails) {
+    return DatabaseAssetInterface::GetRepositoryName(AssetRepositoryRef(this), language, String(), addDetails);
+}
 
-Result<void> RepositoryBase::SetRepositoryName(const String&, LanguageRef) {
-    return UnsupportedOperationError::Create(FormatMessage(
-        "Repository @ can't be named: the asset kind that holds names of repositories is not part of this version.", GetId()));
+Result<void> RepositoryBase::SetRepositoryName(const String& name, LanguageRef language) {
+    return DatabaseAssetInterface::SetRepositoryName(AssetRepositoryRef(this), name, language);
 }
 
 Data RepositoryBase::GetAttribute(const Id& key) const {

@@ -1,12 +1,14 @@
 // What a type does unless it knows better, and the registries of types and renamings.
 #include "assets/asset_type.h"
 
+#include "asset_types/contentless_asset.h"
 #include "asset_types/file_asset.h"
 #include "asset_types/meta_strings.h"
+#include "asset_types/type_defaults.h"
 #include "assets/asset_repository.h"
-#include "kernel/app/application.h"
 #include "kernel/io/connection.h"
 #include "kernel/text/format.h"
+#include "plugin_asset.h"
 
 #include <memory>
 #include <new>
@@ -14,8 +16,6 @@
 namespace talvo {
 
 namespace {
-
-constexpr LiteralId MODULE_ID{"net.talvo.asset"};
 
 /// Types of values that a document may hold before anyone used them in this process.
 [[maybe_unused]] const Bool DATA_TYPES_KNOWN = [] {
@@ -30,7 +30,17 @@ Registry<AssetType>& MakeAssetTypes() {
     const AssetType file = MakeFileAssetType();
     // The first entry of an empty registry can only fail for lack of memory; thrown, so that the next one who asks makes it.
     if (types->Register(file->GetId(), file).IsError()) throw std::bad_alloc();
+    RegisterContentlessTypes(*types);
     return *types.release();
+}
+
+using AssetRenaming = Delegate<Result<Id>(const Id&)>;
+
+Registry<AssetRenaming>& MakeAssetRenamings() {
+    auto renamings = std::make_unique<Registry<AssetRenaming>>("net.talvo.registry.assetrenamings"_id);
+    const Result<void> registered = renamings->Register("net.talvo.asset.renaming.plugin"_id, &PluginAssetInterface::GetRenamed);
+    if (registered.IsError()) throw std::bad_alloc();
+    return *renamings.release();
 }
 
 }  // namespace
@@ -42,7 +52,7 @@ Registry<AssetType>& GetAssetTypes() {
 }
 
 Registry<Delegate<Result<Id>(const Id&)>>& GetAssetRenamings() {
-    static auto& renamings = *new Registry<Delegate<Result<Id>(const Id&)>>("net.talvo.registry.assetrenamings"_id);
+    static Registry<AssetRenaming>& renamings = MakeAssetRenamings();
     return renamings;
 }
 
@@ -51,8 +61,7 @@ AssetType FindAssetType(const Id& typeId) { return GetAssetTypes().FindEntryValu
 Result<String> AssetTypeBase::GetUrlSuffix(const Asset&) const { return String(); }
 
 Result<Url> AssetTypeBase::GetDefaultIcon(const AssetRepositoryRef&, const IdAndVersion&, const AssetMetaData&) const {
-    const Url resources = TRY(Application::PrivateGetUrl(MODULE_ID, APPLICATION_DIRECTORY::MODULE_RESOURCES));
-    return resources + "icons" + "genericasset.svg";
+    return GetModuleIcon("genericasset.svg");
 }
 
 Result<void> AssetTypeBase::CopyWithEncryption(const AssetDescription&, const Url& from, const Url& to) const {

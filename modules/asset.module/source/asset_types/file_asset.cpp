@@ -1,6 +1,7 @@
 // Assets that are a file or a directory.
 #include "asset_types/file_asset.h"
 
+#include "asset_types/type_defaults.h"
 #include "assets/asset_repository.h"
 #include "kernel/text/format.h"
 
@@ -59,7 +60,6 @@ public:
     }
     Result<std::tuple<Data, Bool>> ComputeMetaData(const AssetRepositoryRef& repository, const IdAndVersion& asset,
                                                    const AssetMetaData& meta, const InternedId& metaId) const override {
-        static constexpr LiteralId NODE_BASE_CATEGORY{"net.talvo.node.base.category"};
         if (metaId.GetId() == OBJECT_BASE_TAGS) return std::tuple(Data(String()), true);
         if (metaId.GetId() == NODE_BASE_CATEGORY) return std::tuple(Data(Id()), true);
         return AssetTypeBase::ComputeMetaData(repository, asset, meta, metaId);
