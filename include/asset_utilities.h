@@ -6,6 +6,15 @@
 
 namespace talvo {
 
+/// Keys of the dictionary `net.talvo.asset.creationproperties`.
+namespace CREATIONPROPERTIES {
+
+inline constexpr LiteralId TV3VERSION{"net.talvo.asset.creationproperties.base.tv3version"};    ///< Int64
+inline constexpr LiteralId TV3BUILDID{"net.talvo.asset.creationproperties.base.tv3buildid"};    ///< String
+inline constexpr LiteralId RELEASETYPE{"net.talvo.asset.creationproperties.base.releasetype"};  ///< Int64
+
+}  // namespace CREATIONPROPERTIES
+
 /// What a new asset is called and where it stands.
 struct AssetNameProperties {
     String userAssetName;  ///< as the user or a file gave it, possibly with a sort prefix ("#$12Wood")

@@ -1,7 +1,7 @@
 #include "assets/asset_link.h"
 
+#include "asset_utilities.h"
 #include "assets/asset_repository.h"
-#include "kernel/app/application.h"
 #include "kernel/text/format.h"
 
 #include <absl/hash/hash.h>
@@ -97,37 +97,6 @@ AssetLink MakeLink(AssetLinkImpl::Members members) {
     return AssetLink(StrongRef<AssetLinkInterface>(new AssetLinkImpl(std::move(members))));
 }
 
-Result<String> GetVersionTag(const AssetDescription& description) {
-    const AssetRepositoryRef& builtin = AssetInterface::GetBuiltinRepository();
-    if (builtin && description->GetRepositoryId() == builtin->GetId()) {
-        const Application::Version version = TRY(Application::GetVersion());
-        return FormatString("@ - @", version.number, version.build);
-    }
-    const Opt<String> tag = TRY(description->GetMetaData().Get<String>(InternedId(ASSETMETADATA::VERSIONTAG)));
-    return tag.value_or(String());
-}
-
-void SetUnlessEmpty(DataDictionary& dictionary, const Id& key, const String& text) {
-    if (text.IsPopulated()) dictionary.Set(key, text);
-}
-
-/// What a link remembers of the place where its target was found.
-Result<DataDictionary> MakeOriginData(const AssetDescription& description) {
-    DataDictionary origin;
-    if (!description) return origin;
-    const LanguageRef language = Resource::GetCurrentLanguage();
-    const String name = TRY(description->GetMetaString(InternedId(OBJECT_BASE_NAME), language, String()));
-    SetUnlessEmpty(origin, ASSETLINK_ORIGIN::NAME, name);
-    if (const AssetRepositoryRef repository = description->GetRepository()) {
-        if (repository->GetId().IsPopulated()) origin.Set(ASSETLINK_ORIGIN::REPOID, Id(repository->GetId()));
-        const String repositoryName = TRY(repository->GetRepositoryName(language, true));
-        SetUnlessEmpty(origin, ASSETLINK_ORIGIN::REPONAME, repositoryName);
-    }
-    const String tag = TRY(GetVersionTag(description));
-    SetUnlessEmpty(origin, ASSETLINK_ORIGIN::VERSIONTAG, tag);
-    return origin;
-}
-
 }  // namespace
 
 Result<AssetLink> AssetLink::Create(const Asset& asset, ASSET_UPDATE_POLICY policy) {
@@ -138,7 +107,7 @@ Result<AssetLink> AssetLink::Create(const Asset& asset, ASSET_UPDATE_POLICY poli
         members.identity = asset->GetIdAndVersion();
         members.policy = policy;
         const AssetDescription description = TRY(asset->GetDescription());
-        members.originData = TRY(MakeOriginData(description));
+        members.originData = TRY(AssetUtilities::GetMergedAssetOriginData(description, AssetLink(), nullptr));
         return MakeLink(std::move(members));
     });
 }
