@@ -7,6 +7,10 @@ namespace talvo {
 
 /// Assets of this type have no content: their name and parent are metadata.
 inline constexpr LiteralId ASSETTYPE_CATEGORY{"net.talvo.assettype.category"};
+/// The built-in category above the folders that are watched.
+inline constexpr LiteralId CATEGORY_WATCHFOLDERS{"category@5846c0689c0248cfa54bffed866571ce"};
+/// The built-in category that presets come into.
+inline constexpr LiteralId CATEGORY_PRESETS{"category@2468666d866a481886c91c7155440264"};
 
 /// A category as an asset object.
 class CategoryAssetInterface : public AssetInterface {
