@@ -1,5 +1,6 @@
 #include "builtin_assets/builtin_assets.h"
 
+#include "asset_module/module_fixture.h"
 #include "category_asset.h"
 #include "plugin_asset.h"
 #include "subtype_asset.h"
@@ -42,7 +43,27 @@ std::map<Id, Delivered> Load(std::vector<Id> types, const Id& aid, ASSET_FIND_MO
 constexpr ASSET_FIND_MODE EXACT = ASSET_FIND_MODE::LATEST;
 constexpr ASSET_FIND_MODE PREFIX = ASSET_FIND_MODE::LATEST | ASSET_FIND_MODE::ID_PREFIX;
 
+class BuiltinAssetsInTheModule : public ModuleTest {};
+
 }  // namespace
+
+TEST_F(BuiltinAssetsInTheModule, areFoundWithTheirNamesFromTheUsersRepository) {
+    Need(AssetModule::Start());
+    const AssetRepositoryRef user = AssetInterface::GetUserPrefsRepository();
+    const AssetDescription presets =
+        Need(user->FindLatestAsset(ASSETTYPE_CATEGORY, CATEGORY_PRESETS, Id(), ASSET_FIND_MODE::NONE));
+    ASSERT_TRUE(presets);
+    const std::pair<Id, const char*> names[] = {
+        {"de"_id, "Vorgaben"}, {"de-CH"_id, "Vorgaben"}, {"en-US"_id, "Presets"}, {"en-GB"_id, "Presets"}, {"fr"_id, "Presets"}};
+    for (const auto& [language, name] : names) {
+        const LanguageRef reader = Need(Resource::GetLanguage(language));
+        EXPECT_EQ(Need(presets->GetMetaString(InternedId(OBJECT_BASE_NAME), reader, "")), String(name)) << language.GetView();
+    }
+    EXPECT_TRUE(CategoryAssetInterface::GetParentCategory(presets).IsEmpty());
+    const AssetDescription base = FindLatest(user, CATEGORY_BASE);
+    EXPECT_EQ(Need(base->GetMetaString(InternedId(OBJECT_BASE_NAME), nullptr, "")), String("All Categories"));
+    EXPECT_EQ(Need(FindLatest(user, ASSETSUBTYPE::SCENE)->Load(false))->GetTypeId(), ASSETTYPE_SUBTYPE);
+}
 
 TEST(BuiltinAssets, eachHasANameInBothLanguagesAndACategory) {
     const auto all = Load({}, Id(), EXACT);
