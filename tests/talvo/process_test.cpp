@@ -19,8 +19,9 @@ class ProcessTest : public ProgramTest {};
 
 TEST_F(ProcessTest, HelpHasAnExampleAndUsageOfEachCommand) {
     const std::string help = RunText({"--help"});
-    for (const char* name : {"init", "import", "list", "show", "cat", "export", "url", "store", "delete", "erase", "copy",
-                             "meta list", "meta get", "meta set", "meta unset", "verify", "gc", "stat"}) {
+    for (const char* name :
+         {"init",   "import", "list", "show",      "cat",      "export",   "url",        "open",   "resolve", "store",
+          "delete", "erase",  "copy", "meta list", "meta get", "meta set", "meta unset", "verify", "gc",      "stat"}) {
         SCOPED_TRACE(name);
         EXPECT_THAT(help, HasSubstr(std::string("\n  ") + name + " "));
         const std::string text = name;

@@ -11,6 +11,8 @@ CommandList MakeAllCommands() {
     commands.push_back(MakeCatCommand());
     commands.push_back(MakeExportCommand());
     commands.push_back(MakeUrlCommand());
+    commands.push_back(MakeOpenCommand());
+    commands.push_back(MakeResolveCommand());
     commands.push_back(MakeStoreCommand());
     commands.push_back(MakeDeleteCommand());
     commands.push_back(MakeEraseCommand());

@@ -23,5 +23,7 @@ std::unique_ptr<Command> MakeVerifyCommand();
 std::unique_ptr<Command> MakeGcCommand();
 std::unique_ptr<Command> MakeStatCommand();
 std::unique_ptr<Command> MakeUrlCommand();
+std::unique_ptr<Command> MakeOpenCommand();
+std::unique_ptr<Command> MakeResolveCommand();
 
 }  // namespace talvo
