@@ -3,6 +3,7 @@
 #include "asset_scheme/resolve_info.h"
 #include "asset_scheme/url_parts.h"
 #include "assets/asset_repository_decorators.h"
+#include "category_asset.h"
 #include "contract/repository_contract.h"
 #include "kernel/io/connection.h"
 #include "kernel/io/file_utilities.h"
@@ -246,6 +247,52 @@ TEST_P(AssetUrls, NormalizeLeadsToTheRealPlace) {
     EXPECT_EQ(Need(url.GetParent()), Parse("asset:///root"));
     EXPECT_EQ(Need(Need(url.GetParent()).GetParent()).GetPath(), "");
     EXPECT_EQ(Need(Need(url.GetChild("a/b")).GetParent()), url + "a");
+}
+
+TEST_P(AssetUrls, NamesLeadToAssetsByWayOfTheirCategories) {
+    const auto makeCategory = [&](const Id& aid, const char* name, const Id& parent) {
+        const CategoryAsset category = Need(CategoryAssetInterface::Create());
+        const AssetDescription stored = Need(_repository->StoreAsset(aid, Asset(category), nullptr));
+        SetName(stored, name);
+        if (parent.IsPopulated()) Need(CategoryAssetInterface::SetAssetCategory(stored, parent));
+    };
+    makeCategory("plants"_id, "Plants", Id());
+    makeCategory("trees"_id, "Trees", "plants"_id);
+    makeCategory("ring"_id, "Ring", "ring"_id);
+    for (const auto& [id, category] : {std::pair("oak", "trees"), std::pair("ash", "ring"), std::pair("lost", "gone")}) {
+        const AssetDescription stored = Store(_repository, MakeId(id), id);
+        SetName(stored, "Tree");
+        Need(CategoryAssetInterface::SetAssetCategory(stored, MakeId(category)));
+    }
+    const std::pair<const char*, const char*> cases[] = {
+        {"assetdb:///Trees/Tree", "oak#1"},
+        {"assetdb:///plants/TREES/tree", "oak#1"},
+        {"assetdb:///Ring/Tree", "ash#1"},
+        {"assetdb:///Tree", "-"},
+        {"assetdb:///Plants/Tree", "-"},
+        {"assetdb:///Plants/Trees/Other", "-"},
+        {"assetdb:///Ring/Ring/Tree", "-"},
+        {"assetdb:///gone/Tree", "-"},
+        {"assetdb:///", "-"},
+    };
+    for (const auto& [text, expected] : cases) {
+        const Result<Url> found = Parse(text).Normalize(NORMALIZE::REAL);
+        if (std::string_view(expected) == "-") {
+            EXPECT_THAT(found, FailsWith<IoError>("Asset not found")) << text;
+        } else {
+            EXPECT_EQ(Resolve(Need(found)), expected) << text;
+        }
+    }
+    EXPECT_EQ(Read(Need(Parse("assetdb:///Trees/Tree").IoNormalize(NORMALIZE::REAL_WHOLLY))), "oak");
+    EXPECT_EQ(Need(Parse("assetdb:///Tree").Normalize(NORMALIZE::NONE)), Parse("assetdb:///Tree"));
+    EXPECT_THAT(Parse("assetdb:///Trees/Tree").OpenConnection(), FailsWith<IoError>("invalid asset"));
+    EXPECT_EQ(Need(Parse("asset:///oak").ConvertToUiName(UI_NAME::NONE)).GetView(), "assetdb:///Plants/Trees/Tree");
+    EXPECT_EQ(Need(Parse("asset:///ash").ConvertToUiName(UI_NAME::NONE)).GetView(), "assetdb:///Ring/Tree");
+
+    const auto other = Create("other");
+    Url elsewhere = Parse("assetdb:///Trees/Tree");
+    elsewhere.SetData("repo"_id, Data(AssetRepositoryRef(other)));
+    EXPECT_THAT(elsewhere.Normalize(NORMALIZE::REAL), FailsWith<IoError>("Asset not found"));
 }
 
 TEST_P(AssetUrls, PeopleReadNamesAndVersions) {
