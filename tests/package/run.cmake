@@ -12,6 +12,10 @@ file(REMOVE_RECURSE ${WORK})
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/installed)
 # Nothing may remember where it was installed first.
 file(RENAME ${WORK}/installed ${prefix})
+file(GLOB_RECURSE icon ${prefix}/*/talvo/net.talvo.asset/icons/genericasset.svg)
+if(NOT icon)
+    message(FATAL_ERROR "The icons were not installed below ${prefix}.")
+endif()
 
 run(${CMAKE_COMMAND} -G Ninja -S ${project} -B ${WORK}/cmake -DCMAKE_PREFIX_PATH=${prefix}
     -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_FLAGS=${FLAGS})
