@@ -8,12 +8,14 @@
 
 namespace talvo::RepositoryOpener {
 
-/// Opens the repository at `path`; the repositories of `--base` stand behind it. Opening stores nothing. One that is marked as read-only refuses
-/// changes itself.
-/// Errors: those of AssetInterface::CreateRepositoryFromUrl; UnresolvedError for a standard repository.
+/// Opens the repository at `path`, or a standard one by its name; the repositories of `--base` stand behind it. One that is marked as read-only
+/// refuses changes itself.
+/// Errors: those of AssetInterface::CreateRepositoryFromUrl; for a standard repository those of AssetModule::Start, UnresolvedError if it isn't installed.
 Result<UpdatableAssetRepositoryRef> Open(const std::string& path, const CommonOptions& options);
-/// The url of REPO. Errors: UnresolvedError for a standard repository.
+/// The url of REPO. Errors: for a standard repository those of Open, UnsupportedOperationError if it has none.
 Result<Url> GetUrl(const std::string& path);
+/// The url of an opened repository, if it lies at one.
+Opt<Url> FindUrl(const AssetRepositoryRef& repository);
 /// True if there is a repository at `url`.
 Bool IsRepository(const Url& url);
 

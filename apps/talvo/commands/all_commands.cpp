@@ -24,6 +24,7 @@ CommandList MakeAllCommands() {
     commands.push_back(MakeVerifyCommand());
     commands.push_back(MakeGcCommand());
     commands.push_back(MakeStatCommand());
+    commands.push_back(MakeReposCommand());
     return commands;
 }
 

@@ -22,6 +22,7 @@ std::unique_ptr<Command> MakeMetaUnsetCommand();
 std::unique_ptr<Command> MakeVerifyCommand();
 std::unique_ptr<Command> MakeGcCommand();
 std::unique_ptr<Command> MakeStatCommand();
+std::unique_ptr<Command> MakeReposCommand();
 std::unique_ptr<Command> MakeUrlCommand();
 std::unique_ptr<Command> MakeOpenCommand();
 std::unique_ptr<Command> MakeResolveCommand();

@@ -74,7 +74,8 @@ private:
                            Output& output) const {
         DocumentValue::ObjectType object;
         object.emplace_back("repository", ToJsonText(repository->GetId()));
-        object.emplace_back("path", Url::FromSystemPath(_path).ToString().GetCString());
+        const Opt<Url> url = RepositoryOpener::FindUrl(repository);
+        if (url) object.emplace_back("path", url->ToString().GetCString());
         sum.AppendJson(object);
         object.emplace_back("index", GetIndexState(repository));
         DocumentValue::ArrayType types;
@@ -90,8 +91,9 @@ private:
 
     Result<void> WriteText(const AssetRepositoryRef& repository, const CountsByType& counts, const Counts& sum,
                            Output& output) const {
-        TRY(output.WriteLine(FormatMessage("Repository @ in @, index: @", repository->GetId(), Url::FromSystemPath(_path),
-                                           GetIndexState(repository))));
+        const Opt<Url> url = RepositoryOpener::FindUrl(repository);
+        const std::string place = url ? FormatMessage(" in @", *url) : "";
+        TRY(output.WriteLine(FormatMessage("Repository @@, index: @", repository->GetId(), place, GetIndexState(repository))));
         using ALIGN = TextTable::ALIGN;
         TextTable table(
             {{"TYPE"}, {"ASSETS", ALIGN::RIGHT}, {"DELETED", ALIGN::RIGHT}, {"VERSIONS", ALIGN::RIGHT}, {"SIZE", ALIGN::RIGHT}});

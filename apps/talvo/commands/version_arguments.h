@@ -10,7 +10,7 @@
 namespace talvo {
 
 /// The help of REPO.
-inline constexpr const char* REPO_HELP = "folder of the repository";
+inline constexpr const char* REPO_HELP = "folder of the repository, or user, app or builtin";
 /// The help of --version.
 inline constexpr const char* VERSION_HELP =
     "'#COUNTER', a version id, or at least 4 first characters of one (default: the newest)";
