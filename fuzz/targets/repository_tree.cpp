@@ -8,6 +8,7 @@
 #include "kernel/io/connection.h"
 #include "kernel/io/file_utilities.h"
 #include "kernel/io/memory_volume.h"
+#include "url_repository/create_repository.h"
 #include "urlassetrepository.h"
 
 #include <map>
@@ -103,7 +104,9 @@ public:
     Asset MakePayload() const { return Asset(StrongRef<AssetInterface>(MUST(FileAsset::Create(_top + "payload.txt")))); }
     Url GetPayload() const { return _top + "payload.txt"; }
     Result<UpdatableAssetRepositoryRef> Open(Bool writable) const {
-        return AssetInterface::CreateRepositoryFromUrl(Id(), REPOSITORYTYPE_DATABASE, {}, GetRoot(), writable, false, false);
+        using ACCESS = UrlRepositoryRequest::ACCESS;
+        return OpenUrlRepository(
+            {.id = Id(), .bases = {}, .url = GetRoot(), .access = writable ? ACCESS::WRITABLE : ACCESS::READ_ONLY});
     }
 
 private:

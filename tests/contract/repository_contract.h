@@ -4,6 +4,7 @@
 #include "kernel/app/application.h"
 #include "memoryassetrepository.h"
 #include "support/asset_test_support.h"
+#include "url_repository/create_repository.h"
 
 #include <map>
 #include <string>
@@ -91,8 +92,9 @@ protected:
 private:
     UpdatableAssetRepositoryRef Open(const Id& rid, Block<const AssetRepositoryRef> bases, ACCESS access) {
         const Url root = _scratch.GetUrl() + "repositories" + rid.GetView();
-        return Need(AssetInterface::CreateRepositoryFromUrl(rid, REPOSITORYTYPE_DATABASE, bases, root, access == ACCESS::WRITABLE,
-                                                            false, false));
+        using Request = UrlRepositoryRequest;
+        const auto mode = access == ACCESS::WRITABLE ? Request::ACCESS::WRITABLE : Request::ACCESS::READ_ONLY;
+        return Need(OpenUrlRepository({.id = rid, .bases = bases, .url = root, .access = mode}));
     }
 
     const ScratchDirectory _scratch;

@@ -1,5 +1,7 @@
 #include "hostile/hostile_tree.h"
 
+#include "url_repository/create_repository.h"
+
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -93,7 +95,7 @@ void HostileTree::Apply(const DamageStep& step) const {
 }
 
 Result<UpdatableAssetRepositoryRef> HostileTree::TryOpen() const {
-    return AssetInterface::CreateRepositoryFromUrl(Id(), REPOSITORYTYPE_DATABASE, {}, GetRoot(), true, false, false);
+    return OpenUrlRepository({.id = Id(), .bases = {}, .url = GetRoot(), .access = UrlRepositoryRequest::ACCESS::WRITABLE});
 }
 
 std::string HostileTree::See(const AssetRepositoryRef& repository) {

@@ -2,6 +2,7 @@
 
 #include "kernel/app/application.h"
 #include "kernel/text/format.h"
+#include "url_repository/create_repository.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -89,8 +90,8 @@ std::vector<std::string> World::ListHidden(std::vector<std::string>& foreign) co
 
 Result<AssetRepositoryRef> Session::Open() {
     if (_repository) return AssetRepositoryRef(_repository);
-    const auto opened =
-        TRY(AssetInterface::CreateRepositoryFromUrl("repo"_id, REPOSITORYTYPE_DATABASE, {}, world.GetRoot(), true, false, false));
+    const auto opened = TRY(OpenUrlRepository(
+        {.id = "repo"_id, .bases = {}, .url = world.GetRoot(), .access = UrlRepositoryRequest::ACCESS::WRITABLE}));
     _repository = opened;
     return AssetRepositoryRef(_repository);
 }

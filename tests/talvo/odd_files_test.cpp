@@ -39,7 +39,7 @@ TEST_F(OddFilesTest, AnyNameComesIn) {
     }
     EXPECT_EQ(RunJson({"import", shelf, _scratch / "in"}).size(), std::size(names));
     // Nothing of that reaches a terminal: neither escapes nor line ends nor turned text.
-    const std::string table = RunText({"list", shelf});
+    const std::string table = RunText({"list", shelf, "--type", "file"});
     EXPECT_THAT(table, testing::AllOf(HasSubstr("\\x1b[31mred"), HasSubstr("new\\nline"), HasSubstr("\\u202eexe.txt"),
                                       Not(HasSubstr("\x1b"))));
     EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 1 + 2 * Int(std::size(names)));
@@ -123,7 +123,7 @@ TEST_F(OddFilesTest, WhatCanNotBeReadIsNamedAndDoesNotStopTheOthers) {
         EXPECT_THAT(outcome.err,
                     testing::AllOf(HasSubstr(c.where), HasSubstr(c.advice), HasSubstr("1 of 4 entries could not be imported.")));
     }
-    EXPECT_EQ(RunJson({"list", shelf, "--all-versions"}).size(), 3 * std::size(cases));
+    EXPECT_EQ(List(shelf, {"--all-versions"}).size(), 3 * std::size(cases));
     RunText({"verify", shelf});
 }
 
@@ -138,7 +138,7 @@ TEST_F(OddFilesTest, AFullDiskLeavesWholeVersionsOnly) {
         EXPECT_EQ(outcome.exitCode, 1) << step;
         EXPECT_THAT(outcome.err, HasSubstr("talvo-")) << "a path is named: " << outcome.err;
         reported += ReadJsonLines(outcome.out).size();
-        const std::size_t present = RunJson({"list", shelf}).size();
+        const std::size_t present = List(shelf).size();
         EXPECT_GE(present, reported);
         reported = present;
     }

@@ -20,8 +20,8 @@ class ProcessTest : public ProgramTest {};
 TEST_F(ProcessTest, HelpHasAnExampleAndUsageOfEachCommand) {
     const std::string help = RunText({"--help"});
     for (const char* name :
-         {"init",   "import", "list", "show",      "cat",      "export",   "url",        "open",   "resolve", "store",
-          "delete", "erase",  "copy", "meta list", "meta get", "meta set", "meta unset", "verify", "gc",      "stat"}) {
+         {"init",  "import", "list",      "show",     "cat",      "export",     "url",    "open", "resolve", "store", "delete",
+          "erase", "copy",   "meta list", "meta get", "meta set", "meta unset", "verify", "gc",   "stat",    "repos"}) {
         SCOPED_TRACE(name);
         EXPECT_THAT(help, HasSubstr(std::string("\n  ") + name + " "));
         const std::string text = name;
@@ -48,7 +48,7 @@ TEST_F(ProcessTest, AClosedPipeEndsQuietly) {
     // What was asked for is done, whether or not somebody still reads about it.
     for (const char* name : {"in/a", "in/b", "in/c"}) _scratch.Write(name, name);
     EXPECT_EQ(Run({"import", shelf, _scratch / "in", "--quiet"}, {.closeOutput = true}).exitCode, 0);
-    EXPECT_EQ(RunJson({"list", shelf}).size(), 4u);
+    EXPECT_EQ(List(shelf).size(), 4u);
 }
 
 TEST_F(ProcessTest, AFullOutputIsAnError) {
@@ -72,7 +72,7 @@ TEST_F(ProcessTest, AnInterruptedImportKeepsWhatItReported) {
         EXPECT_EQ(reported.size(), COUNT) << "it was done before the signal came";
     }
     std::set<std::string> present;
-    for (const JsonObject& object : RunJson({"list", shelf})) present.insert(object.Text("id"));
+    for (const JsonObject& object : List(shelf)) present.insert(object.Text("id"));
     EXPECT_EQ(present.size(), reported.size());
     for (const JsonObject& object : reported) EXPECT_TRUE(present.contains(object.Text("id")));
     RunText({"verify", shelf});
@@ -116,7 +116,7 @@ TEST_F(ProcessTest, ColumnsAreAsWideAsTheyLook) {
     const std::string shelf = MakeRepository("shelf");
     for (const char* name : {"in/wide 椅子", "in/plain name", "in/e\xcc\x81 mark"}) _scratch.Write(name, "x");
     RunText({"import", shelf, _scratch / "in"});
-    const std::string table = RunText({"list", shelf});
+    const std::string table = RunText({"list", shelf, "--type", "file"});
     // Ten columns of name, two between: two wide characters take four columns, a mark that stands on another takes none.
     EXPECT_THAT(table, testing::AllOf(HasSubstr("\nwide 椅子    1 B"), HasSubstr("\nplain name   1 B"),
                                       HasSubstr("\ne\xcc\x81 mark       1 B")));
@@ -129,7 +129,7 @@ TEST_F(ProcessTest, DurableStoresAndRelativePathsWork) {
     EXPECT_EQ(Run({"import", "shelf", "in", "--quiet"}, setup).exitCode, 0);
     EXPECT_EQ(Run({"store", "./shelf", "b", "in/a"}, setup).exitCode, 0);
     EXPECT_EQ(Run({"list", "shelf/../shelf"}, setup).exitCode, 0);
-    EXPECT_EQ(RunJson({"list", _scratch / "shelf"}).size(), 2u);
+    EXPECT_EQ(List(_scratch / "shelf").size(), 2u);
 }
 
 }  // namespace

@@ -100,11 +100,17 @@ JsonObject ProgramTest::Store(const std::string& repository, const std::string& 
     return RunJsonOne(words);
 }
 
-std::string ProgramTest::ListIds(const std::string& repository, const Words& options) const {
+std::vector<JsonObject> ProgramTest::List(const std::string& repository, const Words& options) const {
     Words words{"list", repository};
     words.insert(words.end(), options.begin(), options.end());
+    std::vector<JsonObject> listed = RunJson(words);
+    std::erase_if(listed, [](const JsonObject& object) { return object.Text("type") == "net.talvo.assettype.database"; });
+    return listed;
+}
+
+std::string ProgramTest::ListIds(const std::string& repository, const Words& options) const {
     std::string ids;
-    for (const JsonObject& object : RunJson(words)) ids += (ids.empty() ? "" : " ") + object.Text("id");
+    for (const JsonObject& object : List(repository, options)) ids += (ids.empty() ? "" : " ") + object.Text("id");
     return ids;
 }
 

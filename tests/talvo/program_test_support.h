@@ -54,7 +54,9 @@ protected:
     /// Stores a file of this content under `id`, as its next version.
     JsonObject Store(const std::string& repository, const std::string& id, std::string_view content,
                      const Words& options = {}) const;
-    /// All ids that `list` shows, joined by blanks.
+    /// What `list` shows, but for the repository's own name, which each has.
+    std::vector<JsonObject> List(const std::string& repository, const Words& options = {}) const;
+    /// The ids of that, joined by blanks.
     std::string ListIds(const std::string& repository, const Words& options = {}) const;
 
     ScratchDirectory _scratch;

@@ -29,7 +29,7 @@ TEST_F(SeveralProcessesTest, EightThatStoreOneIdGiveEightVersions) {
     for (Int number = 1; number <= COUNT; number++)
         contents.insert(RunText({"cat", shelf, "chair", "--version", "#" + std::to_string(number)}));
     EXPECT_THAT(contents, SizeIs(COUNT));
-    EXPECT_THAT(RunJson({"list", shelf, "--all-versions"}), SizeIs(COUNT));
+    EXPECT_THAT(List(shelf, {"--all-versions"}), SizeIs(COUNT));
     RunText({"verify", shelf});
 }
 

@@ -1,5 +1,6 @@
 // Opening and making repositories: what is refused, with which words, and what is protected.
 #include "asset_impl/config.h"
+#include "database_asset.h"
 #include "support/stress_threads.h"
 #include "url_repository/url_repository_fixture.h"
 
@@ -46,7 +47,6 @@ TEST_F(CreateRepository, MakesAnIdentifierWhereThereIsNone) {
     EXPECT_THAT(id, StartsWith("database_"));
     EXPECT_EQ(id.size(), std::string("database_").size() + 32);
     EXPECT_EQ(ToText(repository->GetId()), id);
-    EXPECT_EQ(_scratch.List("repo"), "databaseid");
     EXPECT_EQ(ToText(Need(Create(GetRoot(), "", ACCESS::READ_ONLY))->GetId()), id);
 }
 
@@ -152,6 +152,29 @@ TEST_F(CreateRepository, UrlsInValuesOfOthersStayInside) {
             EXPECT_EQ(value.has_value(), each.isKept || access == ACCESS::WRITABLE) << each.why;
         }
     }
+}
+
+TEST_F(CreateRepository, AWritableOneHoldsItsNameFromTheStart) {
+    _scratch.Write("repo/databaseid", "mine");
+    EXPECT_THAT(IdsOf(Need(Create(GetRoot(), "", ACCESS::READ_ONLY))), testing::IsEmpty());
+    for (const char* opening : {"first", "second"}) {
+        const auto repository = Need(Create(GetRoot(), "", ACCESS::WRITABLE));
+        const auto versions = Find(repository, "databaseinfo_mine", "", MODE::ALL_VERSIONS);
+        ASSERT_EQ(versions.size(), 1u) << opening;
+        EXPECT_EQ(FindLatest(repository, MakeId("databaseinfo_mine"))->GetTypeId(), ASSETTYPE_DATABASE);
+        Need(repository->SetRepositoryName("Shelf", LanguageRef()));
+    }
+    const auto reader = Need(Create(GetRoot(), "", ACCESS::READ_ONLY));
+    EXPECT_EQ(Need(reader->GetRepositoryName(LanguageRef(), false)), String("Shelf"));
+}
+
+TEST_F(CreateRepository, WhatIsThereIsReadWithoutRoomForAName) {
+    _scratch.Write("repo/databaseid", "mine");
+    WriteInfo("a", "a");
+    WriteVersion("a/1", "x");
+    _scratch.MakeFolder("repo/version");  // no store gets past it
+    const auto repository = Need(Create(GetRoot(), "", ACCESS::WRITABLE));
+    EXPECT_THAT(Describe(repository), testing::ElementsAre("a/h#1 x"));
 }
 
 TEST_F(CreateRepository, AReadOnlyIdentifierProtectsTheRepository) {

@@ -270,8 +270,8 @@ TEST_F(TreeWriting, WorksWithoutFilesOfTheSystem) {
     const auto volume = Need(MemoryVolume::Create());
     const Url root = volume->GetRoot();
     const auto open = [&] {
-        return Need(
-            AssetInterface::CreateRepositoryFromUrl(MakeId("memory"), REPOSITORYTYPE_DATABASE, {}, root, true, false, false));
+        return Need(OpenUrlRepository(
+            {.id = MakeId("memory"), .bases = {}, .url = root, .access = UrlRepositoryRequest::ACCESS::WRITABLE}));
     };
     auto repository = open();
     Store(repository, "a", "1");

@@ -4,6 +4,7 @@
 #include "kernel/app/application.h"
 #include "kernel/io/connection.h"
 #include "support/asset_test_support.h"
+#include "url_repository/create_repository.h"
 #include "urlassetrepository.h"
 
 #include <sys/stat.h>
@@ -30,11 +31,14 @@ protected:
     }
     ~UrlRepositoryTest() override { Application::SetHome(Url()); }
 
-    /// Opens the directory `repo`. Its id is "repo" if it has none.
+    /// Opens the directory `repo`. Its id is "repo" if it has none. It holds what is stored in it and nothing else.
     UpdatableAssetRepositoryRef Open(ACCESS access = ACCESS::WRITABLE) const {
-        const Id rid = access == ACCESS::WRITABLE ? MakeId("repo") : Id();
-        return Need(AssetInterface::CreateRepositoryFromUrl(rid, REPOSITORYTYPE_DATABASE, {}, GetRoot(),
-                                                            access == ACCESS::WRITABLE, false, false));
+        UrlRepositoryRequest request;
+        if (access == ACCESS::WRITABLE) request.id = MakeId("repo");
+        request.url = GetRoot();
+        request.access =
+            access == ACCESS::WRITABLE ? UrlRepositoryRequest::ACCESS::WRITABLE : UrlRepositoryRequest::ACCESS::READ_ONLY;
+        return Need(OpenUrlRepository(request));
     }
     /// The repository seen as what it offers beyond others.
     template <typename INTERFACE>

@@ -59,9 +59,10 @@ struct RepositoryRecord {
 class ReposCommand final : public Command {
 public:
     CommandWords GetWords() const override {
-        return {"repos", "Show the repositories that lookups walk through.", "talvo repos\ntalvo repos --base shelf --json",
-                "From the user's own repository down, each below the one that looks into it first. A repository of --base stands\n"
-                "behind the user's own."};
+        return {
+            "repos", "Show the repositories that lookups walk through.", "talvo repos\ntalvo repos --base shelf --json",
+            "From the user's own repository down, each below the one that looks into it first. A repository of --base stands\n"
+            "behind the user's own."};
     }
 
     void DeclareArguments(ArgumentList&) override {}

@@ -2,7 +2,9 @@
 
 #include "asset_impl/config.h"
 #include "asset_impl/repository_engine.h"
+#include "database_asset.h"
 #include "kernel/app/application.h"
+#include "kernel/app/log.h"
 #include "url_repository/asset_directory_name.h"
 #include "url_repository/database_id.h"
 #include "url_repository/tree_access.h"
@@ -82,6 +84,22 @@ Result<UrlAssetRepositoryImpl::Places> GetPlaces(const UrlRepositoryRequest& req
     return places;
 }
 
+/// Makes the asset that holds the repository's name, so that whoever names it finds it. The user's repository and those of documents take the name of
+/// a base as well.
+Result<void> EnsureInformation(const UpdatableAssetRepositoryRef& repository) {
+    const Id& rid = repository->GetId();
+    const Bool takesBases = rid == REPOSITORY_USERPREFS || rid == REPOSITORY_SCENE;
+    const ASSET_FIND_MODE own = takesBases ? ASSET_FIND_MODE::NONE : ASSET_FIND_MODE::WITHOUT_BASES;
+    const Id id = TRY(DatabaseAssetInterface::GetInformationId(rid));
+    const Id type = ASSETTYPE_DATABASE;
+    const Bool isMissing = TRY(FindAssets(repository, Block<const Id>(&type, 1), id, Id(), ASSET_FIND_MODE::LATEST | own,
+                                          [](const AssetDescription&) -> Result<Bool> { return false; }));
+    if (!isMissing || !repository->IsWritable()) return OK;
+    const DatabaseAsset information = TRY(DatabaseAssetInterface::Create());
+    TRY(repository->StoreAsset(id, Asset(StrongRef<AssetInterface>(information)), nullptr));
+    return OK;
+}
+
 }  // namespace
 
 Result<Url> GetApplicationRepositoryPlace() {
@@ -105,7 +123,7 @@ Result<Url> GetUserTree() {
     return preferences + "_assets" + "user.db";
 }
 
-Result<UpdatableAssetRepositoryRef> CreateUrlRepository(const UrlRepositoryRequest& request) {
+Result<UpdatableAssetRepositoryRef> OpenUrlRepository(const UrlRepositoryRequest& request) {
     if (request.url.IoDetect() != IO_DETECT::DIRECTORY) {
         return IllegalArgumentError::Create(FormatMessage("@ doesn't point to a directory.", request.url));
     }
@@ -116,6 +134,15 @@ Result<UpdatableAssetRepositoryRef> CreateUrlRepository(const UrlRepositoryReque
     TRY(repository->InitBases(request.bases));
     TRY(repository->InitImpl(identity.id, request.lifetime == UrlRepositoryRequest::LIFETIME::TEMPORARY));
     return UpdatableAssetRepositoryRef(repository);
+}
+
+Result<UpdatableAssetRepositoryRef> CreateUrlRepository(const UrlRepositoryRequest& request) {
+    const UpdatableAssetRepositoryRef opened = TRY(OpenUrlRepository(request));
+    const Result<void> informed = EnsureInformation(opened);
+    if (informed.IsError() && OutOfMemoryError::IsClassOf(informed.GetError())) return informed.GetError();
+    // What the repository holds can be read without, on a full disk too.
+    if (informed.IsError()) Log(LOG_LEVEL::WARNING, "@ goes without a name: @", request.url, informed.GetError()->GetMessage());
+    return opened;
 }
 
 Result<UpdatableAssetRepositoryRef> AssetInterface::CreateRepositoryFromUrl(const Id& rid, const Id& repoType,

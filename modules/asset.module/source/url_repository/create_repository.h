@@ -17,6 +17,8 @@ struct UrlRepositoryRequest {
 /// Errors: IllegalArgumentError if the url is no directory or the id is none that `databaseid` can hold; IllegalStateError if there is no identifier
 /// and none may be written, and for the id of a standard repository that lies elsewhere; FileFormatError that names a `databaseid` that holds none;
 /// IoError.
+Result<UpdatableAssetRepositoryRef> OpenUrlRepository(const UrlRepositoryRequest& request);
+/// The same, and sees that a writable one has the asset that holds its name.
 Result<UpdatableAssetRepositoryRef> CreateUrlRepository(const UrlRepositoryRequest& request);
 
 /// Where the application repository lies, where it is installed.

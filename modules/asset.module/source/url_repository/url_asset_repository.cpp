@@ -2,7 +2,6 @@
 #include "url_repository/url_asset_repository.h"
 
 #include "kernel/io/posix_files.h"
-#include "kernel/text/casing.h"
 #include "url_repository/asset_directory_name.h"
 #include "url_repository/asset_info.h"
 #include "url_repository/tree_access.h"
@@ -26,22 +25,6 @@ Url UrlAssetRepositoryImpl::GetUrl(Bool getOrigin) const {
     if (!getOrigin) return GetRoot();
     Opt<Url> origin = GetRoot().GetData<Url>(URLFLAGS::ORIGINURL);
     return origin && origin->IsPopulated() ? std::move(*origin) : GetRoot();
-}
-
-Result<String> UrlAssetRepositoryImpl::GetRepositoryName(LanguageRef language, Bool addDetails) {
-    {
-        auto name = _repositoryName.Read();
-        if (name->IsPopulated()) return String(*name);
-    }
-    return BaseAssetRepository::GetRepositoryName(language, addDetails);
-}
-
-Result<void> UrlAssetRepositoryImpl::SetRepositoryName(const String& name, LanguageRef language) {
-    // Repositories of a document are made anew with it: their name is never stored.
-    if (GetId() != REPOSITORY_SCENE) return BaseAssetRepository::SetRepositoryName(name, language);
-    auto stored = _repositoryName.Write();
-    *stored = name;
-    return OK;
 }
 
 Result<Url> UrlAssetRepositoryImpl::GetVersionDirectory(const AssetDescription& asset) {
