@@ -38,6 +38,24 @@ private:
     int _descriptor = -1;
 };
 
+/// Bytes of a file, seen in place; the file itself may be closed. Given back with this object.
+class FileMapping {
+public:
+    FileMapping() = default;
+    explicit FileMapping(std::string_view bytes) : _bytes(bytes) {}
+    FileMapping(FileMapping&& other) noexcept : _bytes(std::exchange(other._bytes, {})) {}
+    FileMapping& operator=(FileMapping&& other) noexcept {
+        std::swap(_bytes, other._bytes);
+        return *this;
+    }
+    ~FileMapping();
+
+    std::string_view GetBytes() const { return _bytes; }
+
+private:
+    std::string_view _bytes;
+};
+
 /// The name of a file: a path, or a component below an open directory. Keeps views of what it is made from.
 struct FileName {
     FileName(const std::string& path) : name(path.c_str()), path(path) {}
@@ -84,6 +102,8 @@ int Close(FileHandle& file, std::string_view path);
 
 /// Fills `buffer` unless the file ends before. @return how many bytes.
 Attempt<Int64> ReadAt(const FileHandle& file, Block<char> buffer, Int64 position, std::string_view path);
+/// The first `size` bytes of the file, which are there to be seen until the mapping goes.
+Attempt<FileMapping> Map(const FileHandle& file, Int64 size, std::string_view path);
 int Write(const FileHandle& file, std::string_view bytes, std::string_view path);
 /// Copies within the system from `position` of `source` to the place where `target` stands. @return how many bytes, at most
 /// `count`; 0 at the end. EXDEV, EINVAL, ENOSYS, EOPNOTSUPP, EPERM: it can't be done this way.

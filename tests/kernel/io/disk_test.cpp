@@ -3,6 +3,7 @@
 #include "kernel/io/file_system.h"
 #include "kernel/io/file_utilities.h"
 #include "kernel/io/inner_file.h"
+#include "kernel/io/mapped_file.h"
 #include "support/result_matchers.h"
 #include "support/scratch_directory.h"
 
@@ -84,6 +85,12 @@ TEST_F(Disk, NothingWaitsForAFifoOrSocket) {
     EXPECT_TRUE(FailsWith<IoError>(Url::FromSystemPath("/dev/zero").OpenInputStream(), {"/dev/zero"}));
     EXPECT_TRUE(FailsWith<IoError>(At("loop-a").OpenInputStream(), {"loop-a", "link"}));
     EXPECT_EQ(At("copy").IoDetect(), IO_DETECT::NOT_THERE);
+}
+
+TEST_F(Disk, OnlyFilesAreMapped) {
+    for (const char* name : {"fifo", "socket", "to-file", "dangling", "canary"})
+        EXPECT_TRUE(FailsWith<IoError>(MappedFile::Open(At(name)), {name})) << name;
+    EXPECT_EQ(MappedFile::Open(At("to-folder/deep/file")).GetValue()->GetBytes(), "untouched");
 }
 
 TEST_F(Disk, DeletingATreeFollowsNoLink) {

@@ -1,5 +1,6 @@
 // What every scheme of files promises, run on each of them.
 #include "kernel/io/file_utilities.h"
+#include "kernel/io/mapped_file.h"
 #include "kernel/io/memory_volume.h"
 #include "support/result_matchers.h"
 #include "support/scratch_directory.h"
@@ -56,6 +57,18 @@ protected:
 };
 using Places = testing::Types<OnDisk, InMemory>;
 TYPED_TEST_SUITE(Files, Places);
+
+TYPED_TEST(Files, AreSeenAsTheyWereWhenTheyWereMapped) {
+    this->Write("folder/empty", "");
+    this->Write("file", "first");
+    const MappedFileRef first = MappedFile::Open(this->At("file")).GetValue();
+    this->Write("file", "and longer");
+    EXPECT_EQ(first->GetBytes(), "first");
+    EXPECT_EQ(MappedFile::Open(this->At("file")).GetValue()->GetBytes(), "and longer");
+    EXPECT_EQ(MappedFile::Open(this->At("folder/empty")).GetValue()->GetBytes(), "");
+    for (const char* name : {"missing", "folder", "file/below"})
+        EXPECT_TRUE(FailsWith<IoError>(MappedFile::Open(this->At(name)), {name})) << name;
+}
 
 TYPED_TEST(Files, EachModeTreatsWhatIsThereInItsWay) {
     EXPECT_TRUE(Succeeds(this->WriteBy(OUTPUT_MODE::CREATE_NEW, "a", "one")));
