@@ -6,6 +6,8 @@
 #include "assets/asset_type.h"
 
 #include <memory>
+#include <utility>
+#include <vector>
 
 namespace talvo {
 
@@ -174,6 +176,23 @@ public:
 
 protected:
     BaseAssetRepository();
+
+    /// One asset as memory has it.
+    struct Record {
+        const Id& aid;
+        const Id& type;
+        const Data& adata;
+        Block<const AssetVersionEntry> versions;  ///< oldest first
+    };
+    /// Ids and types of all assets, sorted by the bytes of the ids, those without versions too.
+    Result<std::vector<std::pair<Id, Id>>> ListRecords() const;
+    /// Hands out an asset at a moment at which no version of it is being stored or erased; its versions are loaded if they weren't.
+    /// @return false if that moment isn't now, or the asset is gone. Errors: those of loading and of the receiver.
+    Result<Bool> ReadRecord(const Id& aid, FunctionRef<Result<void>(const Record& record)> receiver);
+    /// Whether the versions of an asset are in memory.
+    Bool IsRecordLoaded(const Id& aid) const;
+    /// The value of a version as it is stored: never computed, and a read that fails is an error. Empty if there is none.
+    static Result<Data> ReadStoredValue(const AssetDescription& asset, const InternedId& metaId);
 
 private:
     friend class RepositoryEngine;

@@ -30,9 +30,9 @@ void CheckName(std::string_view bytes) {
 
 FUZZ_TARGET(version_directory_name, bytes) {
     CheckName(bytes);
-    const UInt counter = ParseVersionCounter(bytes);
+    const UInt counter = FindVersionCounter(bytes).value_or(0);
     FUZZ_EXPECT(counter <= GREATEST, bytes);
-    FUZZ_EXPECT(ParseVersionCounter(std::to_string(counter) + "\n") == counter, bytes);
+    FUZZ_EXPECT(FindVersionCounter(std::to_string(counter) + "\n") == counter, bytes);
 }
 
 }  // namespace talvo

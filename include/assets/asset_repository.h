@@ -26,6 +26,9 @@ constexpr ASSET_FIND_MODE operator|(ASSET_FIND_MODE first, ASSET_FIND_MODE secon
 /// Whether any bit of `flag` is set.
 constexpr Bool HasFlag(ASSET_FIND_MODE mode, ASSET_FIND_MODE flag) { return (UInt32(mode) & UInt32(flag)) != 0; }
 
+class BackgroundEntry;
+using BackgroundEntryRef = StrongRef<BackgroundEntry>;
+
 /// What a lookup hands out: a version, or with ASK_REPOSITORY a repository in its place.
 class AssetFindItem {
 public:
@@ -213,16 +216,24 @@ public:
     virtual Result<void> Update(Block<const AssetUpdateRecord> updates) = 0;
 };
 
-/// A repository that can write and read index files.
+/// A repository that can write and read index files, by which it opens without a look at its assets.
+/// Threads: any.
 class CompactableAssetRepositoryInterface {
 public:
     virtual ~CompactableAssetRepositoryInterface() = default;
-    /// 0: no index and none pending.
-    virtual Int32 GetIndexState() const = 0;
-    /// Drops the index from sight; cheap when there is none.
+    /// Writes an index of all versions, on this thread. Stores go on meanwhile; one that does makes it begin again, a few times.
+    /// Errors: IllegalStateError if the repository isn't writable, is changed all the time, or has a version that an index can't tell;
+    /// OperationCancelledError if the current job is cancelled; IoError. There is no index then.
+    virtual Result<void> Compact() = 0;
+    /// Takes the index away and ends the writing of one. Nothing but time is lost.
     virtual Result<void> DeleteIndexFiles() = 0;
-    /// Writes a new index after a delay in seconds.
-    virtual Result<void> CompactInBackground(Float delay) = 0;
+    /// Writes an index after `delay` seconds, at once for 0; a pending delay begins anew. @param backgroundJob what shows the progress; null: an entry
+    /// of its own in the background progress.
+    virtual Result<void> CompactInBackground(Float delay, const BackgroundEntryRef& backgroundJob) = 0;
+    /// 3: there is an index; 2: one is being written; 1: one will be, after a delay; 0: none of these. The first that fits.
+    virtual Int32 GetIndexState() const = 0;
+    /// An asset was changed: the index no longer counts, and another one follows if there was one or will be.
+    virtual void HandleContentChanged() = 0;
 };
 
 }  // namespace talvo

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <new>
 
 namespace talvo {
 
@@ -17,6 +18,24 @@ std::array<UChar, 16> GetStoredHash128(std::string_view bytes) {
     std::copy(std::begin(canonical.digest), std::end(canonical.digest), result.begin());
     return result;
 }
+
+struct StoredHasher64::State {
+    struct Free {
+        void operator()(XXH3_state_t* state) const { XXH3_freeState(state); }
+    };
+    std::unique_ptr<XXH3_state_t, Free> xxh3{XXH3_createState()};
+};
+
+StoredHasher64::StoredHasher64() : _state(std::make_unique<State>()) {
+    if (!_state->xxh3) throw std::bad_alloc();
+    XXH3_64bits_reset(_state->xxh3.get());
+}
+
+StoredHasher64::~StoredHasher64() = default;
+
+void StoredHasher64::Add(std::string_view bytes) { XXH3_64bits_update(_state->xxh3.get(), bytes.data(), bytes.size()); }
+
+UInt StoredHasher64::Get() const { return XXH3_64bits_digest(_state->xxh3.get()); }
 
 namespace {
 

@@ -32,6 +32,7 @@ enum class TAG : char {
 
 class ByteWriter {
 public:
+    explicit ByteWriter(std::string bytes = {}) : _bytes(std::move(bytes)) {}
     template <std::unsigned_integral T>
     void WriteNumber(T value) {
         for (std::size_t i = 0; i < sizeof(T); ++i) _bytes += char(value >> (8 * i) & 0xff);
@@ -117,16 +118,16 @@ public:
         if (!IsUtf8(bytes)) return FileFormatError::Create("A text in it is not UTF-8.");
         return std::string(bytes);
     }
-    Result<Id> ReadId() {
-        const std::string_view bytes = TRY(ReadBytes());
-        Result<Id> id = Id::Create(bytes);
-        if (id.IsError()) return FileFormatError::Create(id.GetError()->GetMessage(), id.GetError());
-        return id;
-    }
 
 private:
     std::string_view _rest;
 };
+
+Result<Id> ReadFrameId(std::string_view bytes) {
+    Result<Id> id = Id::Create(bytes);
+    if (id.IsError()) return FileFormatError::Create(id.GetError()->GetMessage(), id.GetError());
+    return id;
+}
 
 class ValueReader {
 public:
@@ -212,31 +213,63 @@ private:
     Int _count = 0;
 };
 
-/// The bytes between magic and checksum, once both are found to be right.
-Result<std::string_view> CheckFrame(std::string_view bytes) {
-    if (!bytes.starts_with(BINARY_DOCUMENT_MAGIC)) return FileFormatError::Create("It is no binary document.");
-    if (bytes.size() < BINARY_DOCUMENT_MAGIC.size() + CHECKSUM_SIZE) return MakeCutError();
-    const std::string_view body = bytes.substr(0, bytes.size() - CHECKSUM_SIZE);
-    ByteReader end(bytes.substr(body.size()));
-    const UInt64 checksum = TRY(end.ReadNumber<UInt64>());
-    if (checksum != GetStoredHash64(body)) {
-        return FileFormatError::Create("Its checksum is wrong: it is cut short or damaged. Take it from a backup.");
-    }
-    return body.substr(BINARY_DOCUMENT_MAGIC.size());
-}
-
 }  // namespace
 
-Result<std::string> WriteBinaryDocument(const BinaryDocument& document) {
-    ByteWriter payload;
-    payload.WriteValue(document.value);
+void AppendBinaryValue(const DocumentValue& value, std::string& bytes) {
+    ByteWriter writer(std::move(bytes));
+    writer.WriteValue(value);
+    bytes = std::move(writer.GetBytes());
+}
+
+Result<DocumentValue> ReadBinaryValue(std::string_view bytes) {
+    ByteReader reader(bytes);
+    DocumentValue value = TRY(ValueReader(reader).Read(0));
+    if (reader.GetRest() != 0) return FileFormatError::Create("Bytes follow its value.");
+    return value;
+}
+
+std::string MakeBinaryDocumentHead(const Id& rootId, const Id& typeId, UInt64 length) {
     ByteWriter writer;
     writer.WriteRaw(BINARY_DOCUMENT_MAGIC);
     writer.WriteNumber(VERSION);
-    writer.WriteBytes(document.rootId.GetView());
-    writer.WriteBytes(document.typeId.GetView());
-    writer.WriteNumber(UInt64(payload.GetBytes().size()));
-    writer.WriteRaw(payload.GetBytes());
+    writer.WriteBytes(rootId.GetView());
+    writer.WriteBytes(typeId.GetView());
+    writer.WriteNumber(length);
+    return std::move(writer.GetBytes());
+}
+
+Result<BinaryDocumentFrame> ReadBinaryDocumentFrame(std::string_view bytes) {
+    if (!bytes.starts_with(BINARY_DOCUMENT_MAGIC)) return FileFormatError::Create("It is no binary document.");
+    if (bytes.size() < BINARY_DOCUMENT_MAGIC.size() + CHECKSUM_SIZE) return MakeCutError();
+    const std::size_t length = bytes.size() - BINARY_DOCUMENT_MAGIC.size() - CHECKSUM_SIZE;
+    ByteReader reader(bytes.substr(BINARY_DOCUMENT_MAGIC.size(), length));
+    const UInt32 version = TRY(reader.ReadNumber<UInt32>());
+    if (version != VERSION) {
+        return FileFormatError::Create(FormatMessage("It has format version @; this program reads version @.", version, VERSION));
+    }
+    BinaryDocumentFrame frame;
+    frame.rootId = TRY(reader.ReadBytes());
+    frame.typeId = TRY(reader.ReadBytes());
+    const UInt64 payloadLength = TRY(reader.ReadNumber<UInt64>());
+    if (payloadLength != reader.GetRest()) return MakeCutError();
+    frame.payload = TRY(reader.Take(reader.GetRest()));
+    return frame;
+}
+
+Result<void> CheckBinaryDocumentSum(std::string_view bytes) {
+    if (bytes.size() < CHECKSUM_SIZE) return MakeCutError();
+    const std::string_view body = bytes.substr(0, bytes.size() - CHECKSUM_SIZE);
+    ByteReader end(bytes.substr(body.size()));
+    const UInt64 checksum = TRY(end.ReadNumber<UInt64>());
+    if (checksum == GetStoredHash64(body)) return OK;
+    return FileFormatError::Create("Its checksum is wrong: it is cut short or damaged. Take it from a backup.");
+}
+
+Result<std::string> WriteBinaryDocument(const BinaryDocument& document) {
+    std::string payload;
+    AppendBinaryValue(document.value, payload);
+    ByteWriter writer(MakeBinaryDocumentHead(document.rootId, document.typeId, payload.size()));
+    writer.WriteRaw(payload);
     writer.WriteNumber(UInt64(GetStoredHash64(writer.GetBytes())));
     if (Int64(writer.GetBytes().size()) > MAX_DOCUMENT_SIZE) {
         return IllegalArgumentError::Create(FormatMessage("A document can't be longer than @ bytes.", MAX_DOCUMENT_SIZE));
@@ -248,19 +281,12 @@ Result<BinaryDocument> ReadBinaryDocument(std::string_view bytes) {
     if (Int64(bytes.size()) > MAX_DOCUMENT_SIZE) {
         return FileFormatError::Create(FormatMessage("It is longer than @ bytes.", MAX_DOCUMENT_SIZE));
     }
-    const std::string_view body = TRY(CheckFrame(bytes));
-    ByteReader reader(body);
-    const UInt32 version = TRY(reader.ReadNumber<UInt32>());
-    if (version != VERSION) {
-        return FileFormatError::Create(FormatMessage("It has format version @; this program reads version @.", version, VERSION));
-    }
+    if (bytes.starts_with(BINARY_DOCUMENT_MAGIC)) TRY(CheckBinaryDocumentSum(bytes));
+    const BinaryDocumentFrame frame = TRY(ReadBinaryDocumentFrame(bytes));
     BinaryDocument document;
-    document.rootId = TRY(reader.ReadId());
-    document.typeId = TRY(reader.ReadId());
-    const UInt64 length = TRY(reader.ReadNumber<UInt64>());
-    if (length != reader.GetRest()) return MakeCutError();
-    document.value = TRY(ValueReader(reader).Read(0));
-    if (reader.GetRest() != 0) return FileFormatError::Create("Bytes follow its value.");
+    document.rootId = TRY(ReadFrameId(frame.rootId));
+    document.typeId = TRY(ReadFrameId(frame.typeId));
+    document.value = TRY(ReadBinaryValue(frame.payload));
     return document;
 }
 

@@ -27,6 +27,8 @@ Bool IsBlobLikeKey(std::string_view key) {
 /// Appends JSON text. Expects a tree within the limits.
 class JsonWriter {
 public:
+    enum class FORM { INDENTED, ONE_LINE };
+    explicit JsonWriter(FORM form, std::string text = {}) : _form(form), _text(std::move(text)) {}
     void Write(const DocumentValue& value) {
         std::visit([this](const auto& content) { WriteContent(content); }, value.GetVariant());
     }
@@ -35,6 +37,7 @@ public:
 
 private:
     void StartLine() {
+        if (_form == FORM::ONE_LINE) return;
         _text += '\n';
         _text.append(std::size_t(2 * _depth), ' ');
     }
@@ -74,7 +77,7 @@ private:
         if (items.empty()) return;
         ++_depth;
         for (const auto& item : items) {
-            if (&item != &items.front()) _text += ',';
+            if (&item != &items.front()) _text += _form == FORM::ONE_LINE ? ", " : ",";
             StartLine();
             write(item);
         }
@@ -106,6 +109,7 @@ private:
         }
     }
 
+    const FORM _form;
     std::string _text;
     Int _depth = 0;
 };
@@ -207,12 +211,18 @@ private:
 }  // namespace
 
 Result<std::string> WriteJson(const DocumentValue& value) {
-    JsonWriter writer;
+    JsonWriter writer(JsonWriter::FORM::INDENTED);
     writer.Write(value);
     if (writer.IsTooLong()) {
         return IllegalArgumentError::Create(FormatMessage("A document can't be longer than @ bytes.", MAX_DOCUMENT_SIZE));
     }
     return writer.Take();
+}
+
+void AppendJsonLine(const DocumentValue& value, std::string& text) {
+    JsonWriter writer(JsonWriter::FORM::ONE_LINE, std::move(text));
+    writer.Write(value);
+    text = writer.Take();
 }
 
 Result<DocumentValue> ReadJson(std::string_view text) {

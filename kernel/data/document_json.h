@@ -16,6 +16,9 @@ namespace talvo {
 /// Errors: IllegalArgumentError if the text gets longer than documents may be.
 Result<std::string> WriteJson(const DocumentValue& value);
 
+/// Appends the same on one line.
+void AppendJsonLine(const DocumentValue& value, std::string& text);
+
 /// Reads JSON text (RFC 8259; a byte order mark of UTF-8 is passed over). Integers are exact.
 /// Errors: FileFormatError that says where: malformed, over the limits of documents, an integer beyond 64 bits, a number beyond
 /// Float64, a key twice in one object.

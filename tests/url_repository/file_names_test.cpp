@@ -189,7 +189,7 @@ TEST(VersionCounterFile, AnythingElseThanANumberCountsAsZero) {
                                                   {"-1\n", 0},
                                                   {"99999999999999999999\n", 0},
                                                   {"9223372036854775808\n", 0}};
-    for (const auto& [text, value] : cases) EXPECT_EQ(ParseVersionCounter(text), value) << text;
+    for (const auto& [text, value] : cases) EXPECT_EQ(FindVersionCounter(text).value_or(0), value) << text;
 }
 
 TEST(TreeAccess, OnlyNamesOfOurOwnMakingAreWork) {

@@ -258,14 +258,6 @@ TEST_F(TreeWriting, TheBackendRefusesBeforeItTouchesTheDisk) {
     EXPECT_EQ(ListTree(), "");
 }
 
-TEST_F(TreeWriting, ADroppedIndexIsGone) {
-    _scratch.Write("repo/_index/1-2/index", "x");
-    auto repository = Open();
-    Store(repository, "a", "x");
-    EXPECT_EQ(ListTree().find("_index"), std::string::npos);
-    EXPECT_EQ(As<CompactableAssetRepositoryInterface>(repository).GetIndexState(), 0);
-}
-
 TEST_F(TreeWriting, WorksWithoutFilesOfTheSystem) {
     const auto volume = Need(MemoryVolume::Create());
     const Url root = volume->GetRoot();

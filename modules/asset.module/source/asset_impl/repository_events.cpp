@@ -4,19 +4,10 @@
 
 namespace talvo {
 
-namespace {
-
-constexpr Float COMPACT_DELAY_SECONDS = 10.0;
-
-}  // namespace
-
 // A change in a repository makes its index stale at once; where it had one, a new one follows later.
 void RepositoryBase::DropIndex(const AssetBase& asset) {
     auto* compactable = dynamic_cast<CompactableAssetRepositoryInterface*>(this);
-    if (!compactable || !asset || asset->GetRepository().GetPointer() != this) return;
-    const Int32 state = compactable->GetIndexState();
-    compactable->DeleteIndexFiles().Ignore("the change stands; a stale index is found at the next load");
-    if (state != 0) compactable->CompactInBackground(COMPACT_DELAY_SECONDS).Ignore("an index is a cache");
+    if (compactable && asset && asset->GetRepository().GetPointer() == this) compactable->HandleContentChanged();
 }
 
 void RepositoryBase::HandleBaseChanged(const AssetRepositoryRef& base, Bool added) {

@@ -58,11 +58,12 @@ struct PlacedDirectory {
     PLACE place;
 };
 
-Result<PlacedDirectory> PlaceAnywhere(const Url& root, const Url& hidden, const AssetInfo& info) {
+Result<PlacedDirectory> PlaceAnywhere(const Url& root, const Url& hidden, const AssetInfo& info, IndexDirectory& index) {
     // The second name costs a hash, and is hardly ever needed.
     for (const auto makeName : {MakeDirectoryName, MakeHashedDirectoryName}) {
         const std::string name = TRY(makeName(info.id));
         const Url directory = root + name;
+        TRY(index.NoteChange(name));
         const PLACE place = TRY(Place(hidden, directory, info));
         if (place == PLACE::TAKEN_BY_ANOTHER) continue;
         if (place == PLACE::IS_OURS) DeleteHidden(root, hidden);
@@ -84,7 +85,7 @@ Result<Data> UrlAssetRepositoryImpl::CreateDataForIdImpl(const Id& aid, const Id
     const Url hidden = TRY(MakeHiddenDirectory(GetRoot(), info));
     Result<PlacedDirectory> placed = CatchOutOfMemory([&]() -> Result<PlacedDirectory> {
         const RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_lock));
-        return PlaceAnywhere(GetRoot(), hidden, info);
+        return PlaceAnywhere(GetRoot(), hidden, info, _indexDirectory);
     });
     if (placed.IsError()) {
         DeleteHidden(GetRoot(), hidden);

@@ -50,13 +50,14 @@ Result<Bool> IsInUse(const Url& assetDirectory) {
 
 Result<void> UrlAssetRepositoryImpl::EraseImpl(const AssetDescription&, const Data& vdata) {
     CHECK_STATE(IsWritable(), "_writable");
-    const Url directory = TRY(GetVersionUrl(GetRoot(), vdata));
+    const Url directory = TRY(GetVersionUrl(vdata));
     const Opt<VersionDirectoryName> meaning = ParseVersionDirectoryName(directory.GetName());
     if (!meaning) return IllegalStateError::Create(FormatMessage("@ is not erased, since it is no version.", directory));
     const Url assetDirectory = directory.GetDirectory();
     std::vector<Hidden> hidden;
     {
         const RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_lock));
+        TRY(_indexDirectory.NoteChange(assetDirectory.GetName()));
         // Other directories of this number were never seen; they would be, once this one is gone.
         const std::vector<VersionDirectory> same = TRY(FindVersionDirectories(assetDirectory, meaning->number));
         TRY(HideAll(assetDirectory, same, hidden));
@@ -70,8 +71,8 @@ Result<void> UrlAssetRepositoryImpl::EraseImpl(const AssetDescription&, const Da
 // The versions are gone already, so a failure here is no failure of the erase: an empty asset is left, on disk as in memory.
 Result<Bool> UrlAssetRepositoryImpl::HandleAssetErasedCompletely(const Id& aid, const Data& adata) {
     CHECK_STATE(IsWritable(), "_writable");
-    const UrlAssetData asset = TRY(adata.Get<UrlAssetData>());
-    const Url directory = GetRoot() + asset.directory.GetView();
+    const Id name = TRY(GetAssetDirectory(adata));
+    const Url directory = GetRoot() + name.GetView();
     Result<Opt<Url>> hidden = HideAsset(directory);
     if (hidden.IsError()) {
         Log(LOG_LEVEL::WARNING, "Asset @ stays known, without versions: @", aid, hidden.GetError()->GetMessage());
@@ -82,7 +83,7 @@ Result<Bool> UrlAssetRepositoryImpl::HandleAssetErasedCompletely(const Id& aid, 
     DeleteHidden(GetRoot(), *hidden.GetValue());
     // Only empty ones: in a tree that repositories share another one may have values of an asset with this id.
     for (const Url& tree : GetSideTrees()) {
-        const Url side = tree + asset.directory.GetView();
+        const Url side = tree + name.GetView();
         const Result<BaseArray<IoEntry>> left = BrowseTreeIfThere(side);
         if (left.IsOk() && left.GetValue().IsEmpty()) DeleteHidden(tree, side);
     }
@@ -95,6 +96,7 @@ Result<Opt<Url>> UrlAssetRepositoryImpl::HideAsset(const Url& directory) {
     if (directory.IoDetect() == IO_DETECT::NOT_THERE) return Opt<Url>();
     const Bool inUse = TRY(IsInUse(directory));
     if (inUse) return Opt<Url>();
+    TRY(_indexDirectory.NoteChange(directory.GetName()));
     Url hidden = TRY(HideDirectory(directory));
     const Result<void> synced = SyncNames(GetRoot());
     if (synced.IsError())

@@ -1,42 +1,54 @@
-// Which assets the tree holds.
+// Which assets there are: from the index, and from the tree what no index tells.
 #include "kernel/app/log.h"
+#include "kernel/thread/job.h"
 #include "kernel/thread/side_by_side.h"
 #include "url_repository/asset_directory_name.h"
 #include "url_repository/asset_info.h"
+#include "url_repository/loaded_index.h"
 #include "url_repository/tree_access.h"
 #include "url_repository/url_asset_repository.h"
 
+#include <algorithm>
 #include <thread>
 
 namespace talvo {
 
-namespace {
-
 /// The id objects of registered types, so that all assets of one type share one. A tree has few types and many assets.
-class TypeIds {
+class UrlAssetRepositoryImpl::TypeIds {
 public:
     const Id& Get(const Id& read) {
+        if (const Id* known = Find(read.GetView())) return *known;
+        return Add(read);
+    }
+    Result<Id> Get(std::string_view read) {
+        if (const Id* known = Find(read)) return Id(*known);
+        const Id type = TRY(Id::Create(read));
+        return Id(Add(type));
+    }
+
+private:
+    const Id* Find(std::string_view read) const {
         for (const Id& known : _known) {
-            if (known == read) return known;
+            if (known.GetView() == read) return &known;
         }
+        return nullptr;
+    }
+    const Id& Add(const Id& read) {
         const AssetType type = FindAssetType(read);
         return _known.emplace_back(type ? type->GetId() : read);
     }
 
-private:
     std::vector<Id> _known;
 };
 
+namespace {
+
 /// Fewer are read sooner than a thread is made.
 constexpr Int ASSETS_OF_A_THREAD = 512;
+/// How often an index that went away while it was read is looked for again.
+constexpr int INDEX_TRIES = 5;
 
 }  // namespace
-
-/// One directory below the root, and what it says it is.
-struct UrlAssetRepositoryImpl::FoundAsset {
-    std::string directory;
-    Opt<AssetInfo> info;
-};
 
 // The reading of many small files keeps several cores busy; the order in which they are told stays that of their names.
 Result<void> UrlAssetRepositoryImpl::ReadInfos(std::vector<FoundAsset>& assets) {
@@ -57,15 +69,76 @@ Result<void> UrlAssetRepositoryImpl::ReadInfos(std::vector<FoundAsset>& assets) 
 }
 
 Result<void> UrlAssetRepositoryImpl::LoadExistingIdsImpl(AssetIdReceiver receiver) {
-    _counter.Load();
     TypeIds types;
-    std::vector<FoundAsset> assets = TRY(ListAssetDirectories());
+    TRY(OpenIndex());
+    for (Int i = 0; i < _index->GetCount(); ++i) TRY(LoadIdsOfIndex(UInt32(i), types, receiver));
+    const HashSet<std::string>& changed = _index->GetSource().changed;
+    if (!_index->scansTree && changed.GetCount() == 0) return OK;
+    std::vector<FoundAsset> assets;
+    if (_index->scansTree) {
+        assets = TRY(ListAssetDirectories());
+    } else {
+        for (const std::string& directory : changed) assets.push_back({directory, std::nullopt});
+        std::sort(assets.begin(), assets.end(),
+                  [](const FoundAsset& first, const FoundAsset& second) { return first.directory < second.directory; });
+    }
     TRY(ReadInfos(assets));
     for (const FoundAsset& asset : assets) {
         // A directory that names no asset is none of ours, or damaged: the others stand.
         if (!asset.info) continue;
         Data* adata = TRY(receiver(asset.info->id, types.Get(asset.info->type)));
-        if (!adata->GetPtr<UrlAssetData>()) *adata = TRY(MakeAssetData(asset.info->id, asset.directory));
+        if (adata->IsEmpty()) *adata = TRY(MakeAssetData(asset.info->id, asset.directory));
+    }
+    return OK;
+}
+
+// A writer may give the index another name at any moment, or put another one in its place. What is open by then stays as it is.
+Result<void> UrlAssetRepositoryImpl::OpenIndex() {
+    for (int tries = 1;; ++tries) {
+        auto index = std::make_unique<LoadedIndex>();
+        Opt<IndexSource> source = TRY(_indexDirectory.Find());
+        const VersionFileState counter = _counter.Load();
+        const Bool isVisible = source && !source->isDropped;
+        if (source) {
+            const Url place = source->isDropped ? GetRoot() + DROPPED_INDEX_NAME : GetRoot() + INDEX_DIRECTORY_NAME;
+            const Result<void> opened = index->Open(std::move(*source));
+            if (opened.IsError()) {
+                const Bool isGone = place.IoDetect() == IO_DETECT::NOT_THERE || index->HasMoved();
+                if (isGone && tries < INDEX_TRIES) continue;
+                return opened;
+            }
+        }
+        _hasIndex.store(isVisible, std::memory_order_release);
+        _counter.Raise(index->GetHighestNumber());
+        // Without a counter a repository was published with its index, which then is all there is.
+        const Bool isBehind = counter.exists && (!counter.number || *counter.number > index->GetLast());
+        index->scansTree = index->GetCount() == 0 || (isVisible && isBehind);
+        _knownGeneration = {index->GetGeneration(), counter};
+        _index = std::move(index);
+        return OK;
+    }
+}
+
+Result<void> UrlAssetRepositoryImpl::LoadIdsOfIndex(UInt32 number, TypeIds& types, AssetIdReceiver receiver) {
+    const IndexText& text = _index->Get(number).GetText();
+    const HashSet<std::string>& changed = _index->GetSource().changed;
+    Id type;
+    std::string_view typeText;
+    for (UInt32 i = 0; i < text.GetRecordCount(); ++i) {
+        if ((i & 0xfff) == 0 && Job::IsCurrentCancelled()) return OperationCancelledError::Create();
+        const IndexText::Record record = text.GetRecord(i);
+        if (changed.GetCount() != 0 && changed.Contains(std::string(record.directory))) continue;
+        if (i == 0 || record.type != typeText) {
+            typeText = record.type;
+            type = TRY(types.Get(typeText));
+        }
+        const Id aid = TRY(Id::Create(record.id));
+        Data* adata = TRY(receiver(aid, type));
+        if (adata->IsEmpty()) {
+            *adata = Data(IndexedAssetData{number, i});
+        } else {
+            TRY(_index->AddPlace(aid, {number, i}));
+        }
     }
     return OK;
 }
@@ -74,12 +147,8 @@ Result<std::vector<UrlAssetRepositoryImpl::FoundAsset>> UrlAssetRepositoryImpl::
     std::vector<FoundAsset> assets;
     const BaseArray<IoEntry> entries = TRY(BrowseTree(GetRoot()));
     for (const IoEntry& entry : entries) {
-        if (entry.kind != IO_DETECT::DIRECTORY) continue;
-        if (entry.name == INDEX_DIRECTORY_NAME) {
-            _hasIndex.store(true, std::memory_order_release);
-            continue;
-        }
-        assets.push_back({entry.name, std::nullopt});
+        if (entry.kind == IO_DETECT::DIRECTORY && entry.name != INDEX_DIRECTORY_NAME)
+            assets.push_back({entry.name, std::nullopt});
     }
     return assets;
 }

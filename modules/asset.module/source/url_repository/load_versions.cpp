@@ -2,13 +2,17 @@
 //
 // Of several directories with one number the preferred one that is a version counts. A version is what has a payload or says that it is deleted; what
 // is wrong with the rest of it costs that one thing only: its order, a value, its id.
+#include "asset_scheme/url_parts.h"
 #include "kernel/app/log.h"
 #include "kernel/io/file_utilities.h"
 #include "url_repository/hash_file.h"
+#include "url_repository/loaded_index.h"
 #include "url_repository/metadata_document.h"
 #include "url_repository/metadata_files.h"
 #include "url_repository/tree_access.h"
 #include "url_repository/url_asset_repository.h"
+
+#include <algorithm>
 
 namespace talvo {
 
@@ -21,6 +25,13 @@ Result<Opt<HashFile>> ReadHashFile(const Url& versionDirectory) {
     if (text.IsOk()) return ParseHashFile(text.GetValue());
     const Bool isTooLong = file.GetContentLength().GetValueOr(0) > MAX_HASH_FILE_SIZE;
     return isTooLong ? Result<Opt<HashFile>>(Opt<HashFile>()) : Result<Opt<HashFile>>(text.GetError());
+}
+
+/// A time as late as stores give times out, so that a version stored after one from the far future stays the newer one; else 0.
+UInt GetSoundTime(const Data& value) {
+    const UniversalDateTime* time = value.GetPtr<UniversalDateTime>();
+    const Bool isSound = time && time->GetValue() > 0 && time->GetValue() < UniversalDateTime::GetMax().GetValue();
+    return isSound ? UInt(time->GetValue()) : 0;
 }
 
 }  // namespace
@@ -36,22 +47,118 @@ struct UrlAssetRepositoryImpl::LoadedVersion {
 
 Result<void> UrlAssetRepositoryImpl::LoadVersionsImpl(const Id& aid, const Id& type, const Data& adata,
                                                       AssetVersionReceiver receiver) {
-    const UrlAssetData asset = TRY(adata.Get<UrlAssetData>());
+    std::vector<UInt> indexed;
+    if (const IndexedAssetData* place = adata.GetPtr<IndexedAssetData>()) {
+        const std::string_view directory = _index->Get(place->index).GetText().GetRecord(place->record).directory;
+        if (!_indexDirectory.WasChangedHere(directory)) {
+            const Bool goOn = TRY(LoadIndexedVersions(aid, type, *place, receiver, indexed));
+            if (!goOn || !_index->scansTree) return OK;
+        }
+    }
+    const Id directory = TRY(GetAssetDirectory(adata));
     // Whoever stored there meanwhile is met when the number is reserved.
-    if (TakeFresh(asset.directory)) return OK;
-    const Url directory = GetRoot() + asset.directory.GetView();
+    if (TakeFresh(directory)) return OK;
+    return LoadTreeVersions(aid, type, directory, indexed, receiver);
+}
+
+/// @param known numbers that are known otherwise.
+Result<void> UrlAssetRepositoryImpl::LoadTreeVersions(const Id& aid, const Id& type, const Id& assetDirectory,
+                                                      const std::vector<UInt>& known, AssetVersionReceiver receiver) {
+    const Url directory = GetRoot() + assetDirectory.GetView();
     const std::vector<VersionDirectory> versions = TRY(ScanAssetDirectory(directory));
     Opt<UInt> last;
     for (const VersionDirectory& version : versions) {
-        if (last == version.meaning.number) continue;
+        const UInt number = version.meaning.number;
+        if (last == number || std::find(known.begin(), known.end(), number) != known.end()) continue;
         const Opt<LoadedVersion> loaded = TRY(LoadVersion(aid, directory, version));
         if (!loaded) continue;
-        last = version.meaning.number;
+        last = number;
         _counter.Raise(*last);
-        const Bool goOn = TRY(DeliverVersion(asset, aid, type, *loaded, receiver));
+        const Data vdata = TRY(MakeVersionData(assetDirectory, loaded->directory.GetName(), loaded->payload.GetName()));
+        const Bool goOn = TRY(DeliverVersion(vdata, aid, type, *loaded, receiver));
         if (!goOn) return OK;
     }
     return OK;
+}
+
+/// @param numbers of the versions that were delivered.
+Result<Bool> UrlAssetRepositoryImpl::LoadIndexedVersions(const Id& aid, const Id& type, const IndexedAssetData& first,
+                                                         AssetVersionReceiver receiver, std::vector<UInt>& numbers) {
+    const Bool more = TRY(LoadIndexedVersions(aid, type, IndexPlace{first.index, first.record}, receiver, numbers));
+    if (!more) return false;
+    for (const IndexPlace& place : _index->FindMorePlaces(aid)) {
+        const Bool goOn = TRY(LoadIndexedVersions(aid, type, place, receiver, numbers));
+        if (!goOn) return false;
+    }
+    return true;
+}
+
+Result<Bool> UrlAssetRepositoryImpl::LoadIndexedVersions(const Id& aid, const Id& type, const IndexPlace& place,
+                                                         AssetVersionReceiver receiver, std::vector<UInt>& numbers) {
+    const CompactedIndex& index = _index->Get(place.index);
+    const IndexText::Record record = index.GetText().GetRecord(place.record);
+    UInt position = record.versions;
+    UInt begin = position;
+    IndexText::Version version;
+    for (; index.GetText().ReadVersion(position, version); begin = position) {
+        if (std::find(numbers.begin(), numbers.end(), version.number) != numbers.end()) continue;
+        const Data vdata(IndexedVersionData{place.index, place.record, begin});
+        const Opt<LoadedVersion> loaded = TRY(LoadIndexedVersion(aid, index, version, vdata));
+        if (!loaded) continue;
+        numbers.push_back(version.number);
+        const Bool goOn = TRY(DeliverVersion(vdata, aid, type, *loaded, receiver));
+        if (!goOn) return false;
+    }
+    return true;
+}
+
+Result<Opt<UrlAssetRepositoryImpl::LoadedVersion>> UrlAssetRepositoryImpl::LoadIndexedVersion(const Id& aid,
+                                                                                              const CompactedIndex& index,
+                                                                                              const IndexText::Version& version,
+                                                                                              const Data& vdata) {
+    LoadedVersion loaded;
+    loaded.deleted = version.versionId == DELETED_VERSION.GetView();
+    loaded.versionId = TRY(Id::Create(version.versionId));
+    // Only a deletion mark has no payload.
+    if (version.payload.empty() != loaded.deleted) return Opt<LoadedVersion>();
+    loaded.key = {0, version.number, GetId().GetWord()};
+    const InternedId time(ASSETMETADATA::TIMESTAMP);
+    std::string_view name;
+    for (UInt position = version.metaData; index.GetText().ReadMetaDataName(position, name);) {
+        const Opt<IndexedMetaDataName> meaning = index.ParseName(name);
+        if (!meaning || loaded.metaData.Contains(meaning->key)) continue;
+        AssetMetaDataEntry entry{Data(), meaning->kind, false, 1};
+        if (meaning->form == MetaDataFileName::FORM::FILE) {
+            const Url directory = TRY(GetVersionUrl(vdata));
+            entry.value = Data(MakeMetaUrl({aid, loaded.versionId}, name, directory + name));
+            entry.loaded = true;
+        } else if (meaning->key == time) {
+            entry.value = TRY(LoadMetaDataImpl(vdata, time, entry.kind));
+            entry.loaded = true;
+            loaded.key.time = GetSoundTime(entry.value);
+        }
+        TRY(loaded.metaData.Insert(meaning->key, std::move(entry)));
+    }
+    TRY(AddSideMetaData(aid, vdata, loaded));
+    return Opt<LoadedVersion>(std::move(loaded));
+}
+
+/// The values of a version that lie in trees of their own.
+Result<void> UrlAssetRepositoryImpl::AddSideMetaData(const Id& aid, const Data& vdata, LoadedVersion& loaded) {
+    const auto add = [&](const Url& tree, SideTreeNames& names, KIND kind) -> Result<void> {
+        if (!IsOwnTree(tree)) return OK;
+        const IndexedVersionData* place = vdata.GetPtr<IndexedVersionData>();
+        const Bool mayHave = place ? names.MayHave(_index->Get(place->index).GetText().GetRecord(place->record).directory)
+                                   : names.MayHave(loaded.directory.GetDirectory().GetName());
+        if (!mayHave) return OK;
+        Url version = loaded.directory;
+        if (place) version = TRY(GetVersionUrl(vdata));
+        const Url directory = GetSideDirectory(tree, version);
+        const VersionContent side = TRY(ScanVersionDirectory(directory));
+        return AddMetaDataFiles({aid, loaded.versionId}, directory, side, kind, loaded.metaData);
+    };
+    TRY(add(_places.derived, _derivedNames, KIND::DERIVED));
+    return add(_places.user, _userNames, KIND::USER);
 }
 
 Result<Opt<UrlAssetRepositoryImpl::LoadedVersion>> UrlAssetRepositoryImpl::LoadVersion(const Id& aid, const Url& assetDirectory,
@@ -70,12 +177,7 @@ Result<Opt<UrlAssetRepositoryImpl::LoadedVersion>> UrlAssetRepositoryImpl::LoadV
     const IdAndVersion identity(aid, loaded.versionId);
     TRY(AddMetaDataFiles(identity, loaded.directory, content, KIND::NONE, loaded.metaData));
     TRY(LoadTime(loaded));
-    for (const Url& tree : GetSideTrees()) {
-        const Url directory = GetSideDirectory(tree, loaded.directory);
-        const VersionContent side = TRY(ScanVersionDirectory(directory));
-        const KIND kind = tree == _places.user ? KIND::USER : KIND::DERIVED;
-        TRY(AddMetaDataFiles(identity, directory, side, kind, loaded.metaData));
-    }
+    TRY(AddSideMetaData(aid, Data(), loaded));
     return Opt<LoadedVersion>(std::move(loaded));
 }
 
@@ -124,17 +226,13 @@ Result<void> UrlAssetRepositoryImpl::LoadTime(LoadedVersion& loaded) {
     }
     entry->value = std::move(read).GetValue();
     entry->loaded = true;
-    const UniversalDateTime* time = entry->value.GetPtr<UniversalDateTime>();
-    // As late as stores give times out: a version stored after one from the far future stays the newer one.
-    const Bool isSound = time && time->GetValue() > 0 && time->GetValue() < UniversalDateTime::GetMax().GetValue();
-    if (isSound) loaded.key.time = UInt(time->GetValue());
+    loaded.key.time = GetSoundTime(entry->value);
     return OK;
 }
 
 // The url is left to be found at need: few versions are ever opened.
-Result<Bool> UrlAssetRepositoryImpl::DeliverVersion(const UrlAssetData& asset, const Id& aid, const Id& type,
-                                                    const LoadedVersion& loaded, AssetVersionReceiver receiver) {
-    Data vdata = TRY(MakeVersionData(asset.directory, loaded.directory.GetName(), loaded.payload.GetName()));
+Result<Bool> UrlAssetRepositoryImpl::DeliverVersion(const Data& vdata, const Id& aid, const Id& type, const LoadedVersion& loaded,
+                                                    AssetVersionReceiver receiver) {
     AssetDescription::Parts parts;
     parts.type = type;
     parts.identity = {aid, loaded.versionId};

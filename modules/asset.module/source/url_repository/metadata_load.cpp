@@ -1,5 +1,6 @@
 // Where a metadata value lies, and reading it.
 #include "asset_scheme/url_parts.h"
+#include "url_repository/loaded_index.h"
 #include "url_repository/metadata_document.h"
 #include "url_repository/tree_access.h"
 #include "url_repository/url_asset_repository.h"
@@ -27,18 +28,58 @@ Opt<Url> UrlAssetRepositoryImpl::FindMetaDataDirectory(const Url& versionDirecto
     return tree == _places.root ? versionDirectory : GetSideDirectory(tree, versionDirectory);
 }
 
+Result<Id> UrlAssetRepositoryImpl::GetAssetDirectory(const Data& adata) const {
+    if (const UrlAssetData* asset = adata.GetPtr<UrlAssetData>()) return Id(asset->directory);
+    const IndexedAssetData place = TRY(adata.Get<IndexedAssetData>());
+    return Id::Create(_index->Get(place.index).GetText().GetRecord(place.record).directory);
+}
+
+Result<Url> UrlAssetRepositoryImpl::GetVersionUrl(const Data& vdata) const {
+    std::string path;
+    if (const UrlVersionData* names = vdata.GetPtr<UrlVersionData>()) {
+        path = names->assetDirectory.GetView();
+        path += '/';
+        path += names->directory.GetView();
+    } else if (const IndexedVersionData* place = vdata.GetPtr<IndexedVersionData>()) {
+        const IndexText& text = _index->Get(place->index).GetText();
+        const IndexText::Version version = text.GetVersion(place->position);
+        path = text.GetRecord(place->record).directory;
+        path += '/';
+        path += MakeIndexedDirectoryName(version);
+    } else {
+        return vdata.Get<Url>();
+    }
+    return GetRoot() + path;
+}
+
 Result<Url> UrlAssetRepositoryImpl::GetUrlImpl(const Data& vdata) {
-    const UrlVersionData* names = vdata.GetPtr<UrlVersionData>();
-    if (!names || names->payload.IsEmpty()) return Url();
-    const Url directory = TRY(GetVersionUrl(GetRoot(), vdata));
-    return directory + names->payload.GetView();
+    std::string_view payload;
+    if (const UrlVersionData* names = vdata.GetPtr<UrlVersionData>()) {
+        payload = names->payload.GetView();
+    } else if (const IndexedVersionData* place = vdata.GetPtr<IndexedVersionData>()) {
+        payload = _index->Get(place->index).GetText().GetVersion(place->position).payload;
+    }
+    if (payload.empty()) return Url();
+    const Url directory = TRY(GetVersionUrl(vdata));
+    return directory + payload;
+}
+
+Result<Data> UrlAssetRepositoryImpl::ReadValue(const Data& vdata, const InternedId& metaId, KIND kind) const {
+    const IndexedVersionData* place = vdata.GetPtr<IndexedVersionData>();
+    if (place && !HasFlag(kind, KIND::DERIVED) && !HasFlag(kind, KIND::USER)) {
+        const CompactedIndex& index = _index->Get(place->index);
+        const std::string_view aid = index.GetText().GetRecord(place->record).id;
+        Data value = TRY(index.FindValue(place->record, aid, index.GetText().GetVersion(place->position).versionId, metaId));
+        if (value.IsPopulated()) return value;
+        // One that could not be compacted lies where it always did.
+    }
+    const Url versionDirectory = TRY(GetVersionUrl(vdata));
+    const Opt<Url> directory = FindMetaDataDirectory(versionDirectory, kind);
+    return directory ? ReadMetaDataDocument(*directory, metaId, kind) : Result<Data>(Data());
 }
 
 Result<Data> UrlAssetRepositoryImpl::LoadMetaDataImpl(const Data& vdata, const InternedId& metaId, ASSET_METADATA_KIND kind) {
-    const Url versionDirectory = TRY(GetVersionUrl(GetRoot(), vdata));
-    const Opt<Url> directory = FindMetaDataDirectory(versionDirectory, kind);
-    if (!directory) return Data();
-    Data value = TRY(ReadMetaDataDocument(*directory, metaId, kind));
+    Data value = TRY(ReadValue(vdata, metaId, kind));
     const Url* url = value.GetPtr<Url>();
     const Bool isForeign = url && IsRepositoryContent(kind) && !IsWritable() && !MayPointTo(GetRoot(), *url);
     return isForeign ? Data() : std::move(value);

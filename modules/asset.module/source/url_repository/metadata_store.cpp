@@ -103,9 +103,15 @@ Result<Data> UrlAssetRepositoryImpl::StoreMetaDataImpl(const Data& vdata, const 
                           metaId, UInt32(kind)));
     }
     TRY(CheckMetaDataWrite(metaId, kind));
-    const Url versionDirectory = TRY(GetVersionUrl(GetRoot(), vdata));
+    const Url versionDirectory = TRY(GetVersionUrl(vdata));
     const Url directory = TRY(GetMetaDataDirectory(versionDirectory, kind));
     const Bool staged = FindStaged(versionDirectory).has_value();
+    // A value of a version that is seen is content that an index tells; nobody may begin to write one in the midst of this.
+    Opt<RepositoryWriteLock> lock;
+    if (IsRepositoryContent(kind) && !staged) {
+        lock.emplace(TRY(RepositoryWriteLock::Create(_lock)));
+        TRY(_indexDirectory.NoteChange(versionDirectory.GetDirectory().GetName()));
+    }
     if (IsCarriedToNextVersion(kind) && !staged) TRY(DropDerivedValues(versionDirectory));
     NoteChange();
     const Bool removes = urlMode ? source.IsEmpty() : data.IsEmpty();
@@ -116,7 +122,11 @@ Result<Data> UrlAssetRepositoryImpl::StoreMetaDataImpl(const Data& vdata, const 
         return Data();
     }
     // The version's own directory is never made here: one that was erased meanwhile must not come back.
-    if (!(directory == versionDirectory)) TRY(MakeDirectory(directory));
+    if (!(directory == versionDirectory)) {
+        TRY(MakeDirectory(directory));
+        SideTreeNames& names = HasFlag(kind, KIND::USER) ? _userNames : _derivedNames;
+        names.Add(directory.GetDirectory().GetName());
+    }
     if (urlMode) return WriteFileValue(directory, staged, metaId, source, asset, kind);
     TRY(WriteDocument(directory, staged, metaId, data, kind));
     return data;

@@ -46,7 +46,7 @@ struct UrlAssetRepositoryImpl::SideTreeMove {
 };
 
 Result<void> UrlAssetRepositoryImpl::PublishVersionImpl(AssetStoreResult& stored) {
-    const Url directory = TRY(GetVersionUrl(GetRoot(), stored.vdata));
+    const Url directory = TRY(GetVersionUrl(stored.vdata));
     const Opt<StagedVersion> staged = FindStaged(directory);
     if (!staged) return OK;
     const Url hidden = GetPlainUrl(directory);
@@ -55,6 +55,8 @@ Result<void> UrlAssetRepositoryImpl::PublishVersionImpl(AssetStoreResult& stored
     Url url = stored.url.IsPopulated() ? staged->finalDirectory + stored.url.GetName() : Url();
     TRY(SyncTree(hidden));
     RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_lock));
+    // Once more, since an index may have been written while the version was.
+    TRY(_indexDirectory.NoteChange(assetDirectory.GetView()));
     std::vector<SideTreeMove> moves;
     moves.reserve(GetSideTrees().size());  // what was done can always be noted
     const Result<void> published = CatchOutOfMemory([&] { return PublishWithSideTrees(hidden, *staged, moves); });
@@ -138,7 +140,7 @@ void UrlAssetRepositoryImpl::TakeBack(const std::vector<SideTreeMove>& moves) {
 
 void UrlAssetRepositoryImpl::DiscardVersionImpl(const AssetStoreResult& stored) {
     CatchOutOfMemory([&]() -> Result<void> {
-        const Url directory = TRY(GetVersionUrl(GetRoot(), stored.vdata));
+        const Url directory = TRY(GetVersionUrl(stored.vdata));
         if (!FindStaged(directory)) return OK;
         const Url hidden = GetPlainUrl(directory);
         for (const Url& tree : GetSideTrees()) DeleteHidden(tree, GetSideDirectory(tree, hidden));

@@ -76,8 +76,12 @@ Result<AssetStoreResult> UrlAssetRepositoryImpl::StoreImpl(const Asset& asset, B
     CHECK_STATE(IsWritable(), "_writable");
     CHECK_ARGUMENT(!addEncryption || source, "!addEncryption || source");
     CHECK_ARGUMENT(deleteAsset || asset || source, "deleteAsset || asset || source");
-    const UrlAssetData data = TRY(adata.Get<UrlAssetData>());
-    const Url assetDirectory = GetRoot() + data.directory.GetView();
+    const Id directory = TRY(GetAssetDirectory(adata));
+    const Url assetDirectory = GetRoot() + directory.GetView();
+    {
+        const RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_lock));
+        TRY(_indexDirectory.NoteChange(directory.GetView()));
+    }
     const Bool overwrites = overwrittenHash.IsPopulated() && !deleteAsset;
     Opt<Staging> staging;
     if (overwrites) {

@@ -1,9 +1,10 @@
-// What a url repository says of itself, and its index, of which only the removal is known so far.
+// What a url repository says of itself.
 #include "url_repository/url_asset_repository.h"
 
 #include "kernel/io/posix_files.h"
 #include "url_repository/asset_directory_name.h"
 #include "url_repository/asset_info.h"
+#include "url_repository/loaded_index.h"
 #include "url_repository/tree_access.h"
 
 namespace talvo {
@@ -19,7 +20,16 @@ Result<void> SyncFileSystem(const Url& directory) {
 }  // namespace
 
 UrlAssetRepositoryImpl::UrlAssetRepositoryImpl(Places places, ACCESS access)
-    : _places(std::move(places)), _access(access), _lock(_places.root), _counter(_places.root, _lock) {}
+    : _places(std::move(places)),
+      _access(access),
+      _lock(_places.root),
+      _indexDirectory(_places.root),
+      _counter(_places.root, _lock, _indexDirectory),
+      _derivedNames(IsOwnTree(_places.derived) ? _places.derived : Url()),
+      _userNames(IsOwnTree(_places.user) ? _places.user : Url()),
+      _index(std::make_unique<LoadedIndex>()) {}
+
+UrlAssetRepositoryImpl::~UrlAssetRepositoryImpl() = default;
 
 Url UrlAssetRepositoryImpl::GetUrl(Bool getOrigin) const {
     if (!getOrigin) return GetRoot();
@@ -61,19 +71,6 @@ Result<void> UrlAssetRepositoryImpl::Sync() {
         if (synced.IsError()) NoteChange();
         return synced;
     });
-}
-
-Result<void> UrlAssetRepositoryImpl::DeleteIndexFiles() {
-    if (!_hasIndex.exchange(false, std::memory_order_acq_rel)) return OK;
-    const Url index = GetRoot() + INDEX_DIRECTORY_NAME;
-    Result<Url> hidden = HideDirectory(index);
-    if (hidden.IsError()) {
-        if (index.IoDetect() == IO_DETECT::NOT_THERE) return OK;
-        _hasIndex.store(true, std::memory_order_release);
-        return hidden.GetError();
-    }
-    DeleteHidden(GetRoot(), hidden.GetValue());
-    return OK;
 }
 
 Result<AssetVersionNumber> UrlAssetRepositoryImpl::GetNextVersionImpl() {

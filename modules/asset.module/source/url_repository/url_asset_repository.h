@@ -3,7 +3,10 @@
 
 #include "asset_impl/metadata_kinds.h"
 #include "baseassetrepository.h"
+#include "url_repository/asset_info.h"
+#include "url_repository/index_directory.h"
 #include "url_repository/repository_lock.h"
+#include "url_repository/side_tree_names.h"
 #include "url_repository/url_data.h"
 #include "url_repository/version_counter.h"
 #include "url_repository/version_scan.h"
@@ -13,13 +16,17 @@
 
 namespace talvo {
 
+class CompactedIndex;
+class LoadedIndex;
+struct IndexPlace;
+
 /// A repository on a directory tree. Each operation stands in a file of its own.
 ///
 /// A version is written into a hidden directory beside its final place and renamed when it is whole; single files are replaced by rename.
 /// So no reader, in this process or another one, ever meets half of anything, and a stop at any moment leaves hidden names only.
 ///
 /// Threads:    any. What one asset needs to have in order is the engine's store lock and metadata lock.
-/// Lock order: version counter, then the lock between processes.
+/// Lock order: version counter, then the lock between processes, then that of the index.
 class UrlAssetRepositoryImpl final : public BaseAssetRepository,
                                      public UrlAssetRepositoryInterface,
                                      public CompactableAssetRepositoryInterface {
@@ -32,6 +39,7 @@ public:
     };
     enum class ACCESS { READ_ONLY, WRITABLE };
     UrlAssetRepositoryImpl(Places places, ACCESS access);
+    ~UrlAssetRepositoryImpl() override;
 
     // AssetRepositoryInterface
     Bool IsWritable() const override { return _access == ACCESS::WRITABLE; }
@@ -44,10 +52,13 @@ public:
     Result<void> Sync() override;
 
     // CompactableAssetRepositoryInterface
-    Int32 GetIndexState() const override { return 0; }
+    Result<void> Compact() override;
+    /// The same for a range of version numbers.
+    Result<void> Compact(UInt first, UInt last);
     Result<void> DeleteIndexFiles() override;
-    /// No index is written yet: the tree answers everything.
-    Result<void> CompactInBackground(Float) override { return OK; }
+    Result<void> CompactInBackground(Float delay, const BackgroundEntryRef& backgroundJob) override;
+    Int32 GetIndexState() const override;
+    void HandleContentChanged() override;
 
     // BaseAssetRepositoryInterface
     Result<void> LoadExistingIdsImpl(AssetIdReceiver receiver) override;
@@ -70,7 +81,14 @@ public:
 
 private:
     // Loading
-    struct FoundAsset;
+    /// One directory below the root, and what it says it is.
+    struct FoundAsset {
+        std::string directory;
+        Opt<AssetInfo> info;
+    };
+    class TypeIds;
+    Result<void> OpenIndex();
+    Result<void> LoadIdsOfIndex(UInt32 number, TypeIds& types, AssetIdReceiver receiver);
     Result<std::vector<FoundAsset>> ListAssetDirectories();
     Result<void> ReadInfos(std::vector<FoundAsset>& assets);
     struct LoadedVersion;
@@ -78,8 +96,26 @@ private:
     Result<void> LoadVersionId(const VersionDirectory& version, const VersionContent& content, LoadedVersion& loaded);
     Result<Id> ComputeVersionId(const Url& versionDirectory, const Url& payload);
     Result<void> LoadTime(LoadedVersion& loaded);
-    Result<Bool> DeliverVersion(const UrlAssetData& asset, const Id& aid, const Id& type, const LoadedVersion& loaded,
+    Result<void> LoadTreeVersions(const Id& aid, const Id& type, const Id& assetDirectory, const std::vector<UInt>& known,
+                                  AssetVersionReceiver receiver);
+    Result<Bool> LoadIndexedVersions(const Id& aid, const Id& type, const IndexedAssetData& first, AssetVersionReceiver receiver,
+                                     std::vector<UInt>& numbers);
+    Result<Bool> LoadIndexedVersions(const Id& aid, const Id& type, const IndexPlace& place, AssetVersionReceiver receiver,
+                                     std::vector<UInt>& numbers);
+    Result<Opt<LoadedVersion>> LoadIndexedVersion(const Id& aid, const CompactedIndex& index, const IndexText::Version& version,
+                                                  const Data& vdata);
+    Result<void> AddSideMetaData(const Id& aid, const Data& vdata, LoadedVersion& loaded);
+    Result<Bool> DeliverVersion(const Data& vdata, const Id& aid, const Id& type, const LoadedVersion& loaded,
                                 AssetVersionReceiver receiver);
+    /// Name of an asset's directory. Errors: IllegalArgumentError if `adata` is none of this backend's.
+    Result<Id> GetAssetDirectory(const Data& adata) const;
+    Result<Data> ReadValue(const Data& vdata, const InternedId& metaId, KIND kind) const;
+    /// The directory of a version. Errors: as GetAssetDirectory.
+    Result<Url> GetVersionUrl(const Data& vdata) const;
+
+    // Index
+    class Compaction;
+    Result<void> RemoveIndex();
 
     // Storing
     struct Staging;
@@ -115,8 +151,18 @@ private:
 
     const Places _places;
     const ACCESS _access;
-    RepositoryLock _lock;     // self-synchronised
-    VersionCounter _counter;  // self-synchronised
+    RepositoryLock _lock;                 // self-synchronised
+    IndexDirectory _indexDirectory;       // self-synchronised
+    VersionCounter _counter;              // self-synchronised
+    SideTreeNames _derivedNames;          // self-synchronised
+    SideTreeNames _userNames;             // self-synchronised
+    std::unique_ptr<LoadedIndex> _index;  // constant once the ids are loaded
+    /// The index with which memory agrees, but for what was changed by this object.
+    struct KnownGeneration {
+        std::string generation;  // empty: none
+        VersionFileState counter;
+    };
+    KnownGeneration _knownGeneration;
     std::atomic<Bool> _hasIndex{false};
     std::atomic<Bool> _changedSinceSync{false};
     Guarded<String, Spinlock> _repositoryName;

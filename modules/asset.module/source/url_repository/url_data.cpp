@@ -25,15 +25,6 @@ Data MakeStagedVersionData(Url directory, StagedVersion staged) {
     return Data(std::move(directory));
 }
 
-Result<Url> GetVersionUrl(const Url& root, const Data& vdata) {
-    const UrlVersionData* names = vdata.GetPtr<UrlVersionData>();
-    if (!names) return vdata.Get<Url>();
-    std::string path(names->assetDirectory.GetView());
-    path += '/';
-    path += names->directory.GetView();
-    return root + path;
-}
-
 Opt<StagedVersion> FindStaged(const Url& versionDirectory) { return versionDirectory.GetData<StagedVersion>(STAGED_KEY); }
 
 Url GetFinalUrl(const Url& versionDirectory) {

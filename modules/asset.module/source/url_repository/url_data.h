@@ -22,6 +22,35 @@ struct DataTraits<UrlAssetData> {
 /// `adata` of the asset `aid` in the directory of this name. Errors: IllegalArgumentError for a name that is no id.
 Result<Data> MakeAssetData(const Id& aid, std::string_view directory);
 
+/// `adata` of an asset that an index knows: nothing of it is copied from there.
+struct IndexedAssetData {
+    UInt32 index;   ///< number of the index directory among those that were loaded
+    UInt32 record;  ///< of the asset in its text
+
+    Bool operator==(const IndexedAssetData&) const = default;
+};
+
+/// Never stored.
+template <>
+struct DataTraits<IndexedAssetData> {
+    static constexpr LiteralId ID{"net.talvo.datatype.local.asset.indexedassetdata"};
+};
+
+/// `vdata` of a version that an index knows.
+struct IndexedVersionData {
+    UInt32 index;
+    UInt32 record;
+    UInt position;  ///< of the version in the text
+
+    Bool operator==(const IndexedVersionData&) const = default;
+};
+
+/// Never stored.
+template <>
+struct DataTraits<IndexedVersionData> {
+    static constexpr LiteralId ID{"net.talvo.datatype.local.asset.indexedversiondata"};
+};
+
 /// `vdata` of a version. What many versions have in common stands once in memory.
 struct UrlVersionData {
     Id assetDirectory;
@@ -57,8 +86,6 @@ struct DataTraits<StagedVersion> {
 Result<Data> MakeVersionData(const Id& assetDirectory, std::string_view directory, std::string_view payload);
 /// `vdata` of one in a hidden directory.
 Data MakeStagedVersionData(Url directory, StagedVersion staged);
-/// The directory of a version below `root`. Errors: IllegalArgumentError if `vdata` is none of this backend's.
-Result<Url> GetVersionUrl(const Url& root, const Data& vdata);
 /// Nothing once the version is published.
 Opt<StagedVersion> FindStaged(const Url& versionDirectory);
 /// Where the version will be seen: `versionDirectory` itself once it is published.

@@ -14,27 +14,28 @@ constexpr UInt MAX_NUMBER = UInt(INT64_MAX);
 
 UInt ReadCounter(const Url& file) {
     const Result<std::string> text = ReadTreeFile(file, MAX_COUNTER_SIZE);
-    return text.IsOk() ? ParseVersionCounter(text.GetValue()) : 0;
+    return text.IsOk() ? FindVersionCounter(text.GetValue()).value_or(0) : 0;
 }
 
 }  // namespace
 
 LockClass VersionCounter::lockClass{"version counter", LOCK_FLAGS::IO};
 
-UInt ParseVersionCounter(std::string_view text) {
+Opt<UInt> FindVersionCounter(std::string_view text) {
     LineReader lines(text);
     const Opt<std::string> line = lines.ReadLine();
-    if (!line || line->empty()) return 0;
+    if (!line || line->empty()) return std::nullopt;
     UInt number = 0;
     const char* end = line->data() + line->size();
     const auto read = std::from_chars(line->data(), end, number);
-    return read.ec == std::errc() && read.ptr == end && number <= MAX_NUMBER ? number : 0;
+    return read.ec == std::errc() && read.ptr == end && number <= MAX_NUMBER ? Opt<UInt>(number) : std::nullopt;
 }
 
-void VersionCounter::Load() {
-    const UInt value = ReadCounter(_file);
+VersionFileState VersionCounter::Load() {
+    const VersionFileState file = ReadVersionFile(_root);
     auto state = _state.Write();
-    state->value = std::max(state->value, value);
+    state->value = std::max(state->value, file.number.value_or(0));
+    return file;
 }
 
 UInt VersionCounter::GetValue() const {
@@ -68,7 +69,10 @@ Result<void> VersionCounter::Write(State& state, UInt minimum, UInt step) {
     if (highest > MAX_NUMBER - step) {
         return IllegalStateError::Create(FormatMessage("@ holds the greatest version number there is. Correct the file.", _file));
     }
+    // A counter beyond the index would make the next one who loads read the whole tree.
+    TRY(_index.NoteCounterChange());
     TRY(ReplaceFile(_file, std::to_string(highest + step) + "\n"));
+    _index.NoteCounterChanged();
     state.value = highest + step;
     state.written = true;
     return OK;

@@ -1,0 +1,57 @@
+#include "url_repository/compacted_index.h"
+
+#include "kernel/io/connection.h"
+#include "url_repository/tree_access.h"
+
+namespace talvo {
+
+Result<StrongRef<CompactedIndex>> CompactedIndex::Open(const Url& directory, const IndexRange& range) {
+    return CatchOutOfMemory([&]() -> Result<StrongRef<CompactedIndex>> {
+        StrongRef<CompactedIndex> index(new CompactedIndex(directory));
+        TRY(index->Read(range));
+        return index;
+    });
+}
+
+Result<void> CompactedIndex::Read(const IndexRange& range) {
+    const BaseArray<IoEntry> entries = TRY(BrowseTree(_directory));
+    for (const IoEntry& entry : entries) {
+        if (entry.kind != IO_DETECT::FILE || entry.name == "index") continue;
+        const Id key = TRY(Id::Create(entry.name));
+        StrongRef<CompactedMetaData> values = TRY(CompactedMetaData::Open(_directory + entry.name));
+        _metaData.emplace_back(InternedId(key), std::move(values));
+    }
+    const Url text = _directory + "index";
+    _file = TRY(MappedFile::Open(text));
+    TRY(_text.Open(_file->GetBytes(), range, text));
+    _names.reserve(_text.GetMetaDataNames().size());
+    for (const std::string_view name : _text.GetMetaDataNames()) _names.emplace(name, ParseAnyName(name));
+    return OK;
+}
+
+Opt<IndexedMetaDataName> CompactedIndex::ParseAnyName(std::string_view name) {
+    const Opt<MetaDataFileName> meaning = ParseMetaDataFileName(name);
+    if (!meaning || !IsStorableKind(meaning->kind) || HasFlag(meaning->kind, ASSET_METADATA_KIND::DERIVED)) return std::nullopt;
+    const Result<Id> key = Id::Create(meaning->key);
+    if (key.IsError()) return std::nullopt;
+    return IndexedMetaDataName{InternedId(key.GetValue()), meaning->kind, meaning->form};
+}
+
+Opt<IndexedMetaDataName> CompactedIndex::ParseName(std::string_view name) const {
+    const auto known = _names.find(name);
+    return known == _names.end() ? ParseAnyName(name) : known->second;
+}
+
+const CompactedMetaData* CompactedIndex::FindMetaData(const InternedId& key) const {
+    for (const auto& [id, values] : _metaData) {
+        if (id == key) return values.GetPointer();
+    }
+    return nullptr;
+}
+
+Result<Data> CompactedIndex::FindValue(UInt record, std::string_view aid, std::string_view version, const InternedId& key) const {
+    const CompactedMetaData* values = FindMetaData(key);
+    return values ? values->Find(aid, version, GetPlace(record)) : Result<Data>(Data());
+}
+
+}  // namespace talvo

@@ -1,0 +1,338 @@
+#include "url_repository/index_directory.h"
+
+#include "kernel/app/log.h"
+#include "kernel/io/file_system.h"
+#include "kernel/io/file_utilities.h"
+#include "url_repository/tree_access.h"
+#include "url_repository/version_counter.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace talvo {
+
+namespace {
+
+constexpr Int64 MAX_COUNTER_SIZE = 4096;
+constexpr Int64 MAX_JOURNAL_SIZE = Int64(1) << 30;
+constexpr std::string_view JOURNAL_PREFIX = "journal-";
+constexpr const char* MODIFIED_NAME = "modified.dat";
+// The kinds of lines, each behind its tag and a TAB.
+constexpr std::string_view DIRECTORY_MARK = "d\t";
+constexpr std::string_view ALL_MARK = "a";
+constexpr std::string_view COUNTER_MARK = "v\t";
+
+Bool IsDirectory(const Url& url) { return url.IoDetect() == IO_DETECT::DIRECTORY; }
+
+/// A name that a line can hold.
+Bool FitsLine(std::string_view name) {
+    return !name.empty() && std::none_of(name.begin(), name.end(), [](char c) { return UChar(c) < 0x20; });
+}
+
+std::string ReadGeneration(const Url& index) { return ReadTreeFile(index + MODIFIED_NAME, MAX_COUNTER_SIZE).GetValueOr({}); }
+
+Opt<Int64> ParseInt(std::string_view digits) {
+    Int64 number = 0;
+    const char* end = digits.data() + digits.size();
+    const auto read = std::from_chars(digits.data(), end, number);
+    if (digits.empty() || read.ec != std::errc() || read.ptr != end) return std::nullopt;
+    return number;
+}
+
+/// Reads `<number or ->\t<time or ->`, where a file that isn't there has neither.
+Opt<VersionFileState> ParseCounter(std::string_view text) {
+    const std::size_t tab = text.find('\t');
+    if (tab == std::string_view::npos) return std::nullopt;
+    if (text == "-\t-") return VersionFileState{};
+    const Opt<Int64> number = ParseInt(text.substr(0, tab));
+    const Opt<Int64> time = ParseInt(text.substr(tab + 1));
+    if (!number || !time) return std::nullopt;
+    return VersionFileState{true, UInt(*number), *time};
+}
+
+}  // namespace
+
+LockClass IndexDirectory::lockClass{"index of a repository", LOCK_FLAGS::IO};
+
+VersionFileState ReadVersionFile(const Url& root) {
+    const Url file = root + "version";
+    VersionFileState state;
+    const IO_DETECT kind = file.IoDetect();
+    if (kind == IO_DETECT::NOT_THERE) return state;
+    state.exists = true;
+    const Result<IoConnectionRef> connection = file.OpenConnection();
+    if (connection.IsError()) return state;
+    state.time = std::move(connection.GetValue()->IoGetTime()).GetValueOr(UniversalDateTime()).GetValue();
+    const Result<std::string> text = ReadTreeFile(file, MAX_COUNTER_SIZE);
+    if (text.IsOk()) state.number = FindVersionCounter(text.GetValue());
+    return state;
+}
+
+Result<std::vector<IndexSource::Entry>> FindIndexRanges(const Url& index) {
+    std::vector<IndexSource::Entry> entries;
+    const BaseArray<IoEntry> names = TRY(BrowseTree(index));
+    for (const IoEntry& entry : names) {
+        const Opt<IndexRange> range = ParseIndexRange(entry.name);
+        if (entry.kind != IO_DETECT::DIRECTORY || !range) continue;
+        const Url directory = index + entry.name;
+        if ((directory + "index").IoDetect() == IO_DETECT::FILE) entries.push_back({*range, directory});
+    }
+    std::stable_sort(entries.begin(), entries.end(), [](const IndexSource::Entry& first, const IndexSource::Entry& second) {
+        if (first.range.last != second.range.last) return first.range.last > second.range.last;
+        return first.range.first < second.range.first;
+    });
+    return entries;
+}
+
+std::string IndexDirectory::MakeTag() {
+    const Result<Uuid> uuid = Uuid::CreateId();
+    return uuid.IsOk() ? uuid.GetValue().ToString() : std::string("-");
+}
+
+// --- reading
+
+Result<Opt<IndexSource>> IndexDirectory::Find() const {
+    IndexSource source;
+    const Url index = GetIndexUrl();
+    if (IsDirectory(index)) {
+        source.entries = TRY(FindIndexRanges(index));
+        source.generation = ReadGeneration(index);
+        return Opt<IndexSource>(std::move(source));
+    }
+    const Url dropped = GetDroppedUrl();
+    if (!IsDirectory(dropped)) return Opt<IndexSource>();
+    // The journal first: what comes into it later was not changed yet when the rest is read.
+    const Result<Opt<Journal>> journal = ReadJournal();
+    if (journal.IsError() || !journal.GetValue() || !IsBelieved(*journal.GetValue())) return Opt<IndexSource>();
+    Result<std::vector<IndexSource::Entry>> entries = FindIndexRanges(dropped);
+    if (entries.IsError() || entries.GetValue().empty()) return Opt<IndexSource>();
+    source.entries = std::move(entries).GetValue();
+    source.generation = ReadGeneration(dropped);
+    source.isDropped = true;
+    source.changed = journal.GetValue()->changed;
+    return Opt<IndexSource>(std::move(source));
+}
+
+Result<Opt<Url>> IndexDirectory::FindJournal() const {
+    const Url dropped = GetDroppedUrl();
+    const BaseArray<IoEntry> names = TRY(BrowseTreeIfThere(dropped));
+    for (const IoEntry& entry : names) {
+        if (entry.kind == IO_DETECT::FILE && entry.name.starts_with(JOURNAL_PREFIX)) return Opt<Url>(dropped + entry.name);
+    }
+    return Opt<Url>();
+}
+
+Result<Opt<IndexDirectory::Journal>> IndexDirectory::ReadJournal() const {
+    const Opt<Url> file = TRY(FindJournal());
+    if (!file) return Opt<Journal>();
+    const std::string text = TRY(ReadTreeFile(*file, MAX_JOURNAL_SIZE));
+    Journal journal;
+    journal.file = *file;
+    std::string_view rest = text;
+    // A line without its end names a change that was never begun.
+    for (std::size_t end = rest.find('\n'); end != std::string_view::npos; end = rest.find('\n')) {
+        std::string_view line = rest.substr(0, end);
+        rest.remove_prefix(end + 1);
+        const std::size_t tab = line.find('\t');
+        if (tab == std::string_view::npos) continue;
+        const Bool isOurs = line.substr(0, tab) == _tag;
+        line.remove_prefix(tab + 1);
+        if (line.starts_with(DIRECTORY_MARK)) {
+            const std::string name(line.substr(DIRECTORY_MARK.size()));
+            TRY(journal.changed.Insert(name));
+            if (!isOurs) TRY(journal.changedByOthers.Insert(name));
+        } else if (line.starts_with(COUNTER_MARK)) {
+            journal.counter = ParseCounter(line.substr(COUNTER_MARK.size()));
+        } else if (line == ALL_MARK) {
+            journal.namesAll = true;
+        }
+    }
+    return Opt<Journal>(std::move(journal));
+}
+
+Bool IndexDirectory::IsBelieved(const Journal& journal) const {
+    if (journal.namesAll || !journal.counter) return false;
+    return *journal.counter == ReadVersionFile(_root);
+}
+
+// --- changes
+
+std::string IndexDirectory::MakeCounterLine(const VersionFileState& counter) const {
+    const std::string text =
+        counter.exists ? std::to_string(counter.number.value_or(0)) + "\t" + std::to_string(counter.time) : std::string("-\t-");
+    return _tag + "\t" + std::string(COUNTER_MARK) + text + "\n";
+}
+
+Result<void> IndexDirectory::AppendLine(const Url& journal, const std::string& line) const {
+    const OutputStreamRef stream = TRY(journal.OpenOutputStream(OUTPUT_MODE::APPEND));
+    TRY(stream->Write(line));
+    TRY(stream->Close());
+    return SyncTree(journal);
+}
+
+/// Afterwards `_index` is not there, and `state` knows the journal, if there is a dropped index.
+Result<void> IndexDirectory::EnsureJournal(State& state) {
+    if (state.journal.IsPopulated() && state.journal.IoDetect() == IO_DETECT::FILE) return OK;
+    state.journal = Url();
+    state.noted = {};
+    if (IsDirectory(GetIndexUrl())) return Drop(state);
+    if (!IsDirectory(GetDroppedUrl())) return OK;
+    const Opt<Url> journal = TRY(FindJournal());
+    if (!journal) return OK;
+    // Whoever stopped in the midst of a line must not have it go on with the next one.
+    TRY(AppendLine(*journal, "\n"));
+    state.journal = *journal;
+    return OK;
+}
+
+Result<void> IndexDirectory::Drop(State& state) {
+    const Url index = GetIndexUrl();
+    const Url dropped = GetDroppedUrl();
+    if (dropped.IoDetect() != IO_DETECT::NOT_THERE) {
+        const Url hidden = TRY(HideDirectory(dropped));
+        DeleteHidden(_root, hidden);
+    }
+    // An index that lags behind says so by the counter; once dropped it must not be believed.
+    const VersionFileState counter = ReadVersionFile(_root);
+    const Result<std::vector<IndexSource::Entry>> entries = FindIndexRanges(index);
+    const Bool hasRanges = entries.IsOk() && !entries.GetValue().empty();
+    const Bool isWhole =
+        hasRanges && (!counter.exists || (counter.number && *counter.number <= entries.GetValue().front().range.last));
+    const std::string name = std::string(JOURNAL_PREFIX) + TRY(Uuid::CreateId()).ToString();
+    TRY(WriteNewFile(index + name, isWhole ? MakeCounterLine(counter) : std::string()));
+    TRY(SyncTree(index + name));
+    const Result<void> renamed = index.IoRename(dropped, RENAME_MODE::NO_REPLACE);
+    if (renamed.IsError()) {
+        DeleteHidden(_root, index + name);
+        return renamed;
+    }
+    TRY(SyncNames(_root));
+    state.journal = dropped + name;
+    return OK;
+}
+
+Result<void> IndexDirectory::NoteChange(std::string_view assetDirectory) {
+    auto state = _state.Write();
+    TRY(EnsureJournal(*state));
+    const std::string name(assetDirectory);
+    if (state->journal.IsPopulated() && !state->noted.Contains(name)) {
+        const std::string what = FitsLine(name) ? std::string(DIRECTORY_MARK) + name : std::string(ALL_MARK);
+        TRY(AppendLine(state->journal, _tag + "\t" + what + "\n"));
+        TRY(state->noted.Insert(name));
+    }
+    {
+        auto changed = _changedHere.Write();
+        TRY(changed->Insert(name));
+    }
+    _stamp.fetch_add(1, std::memory_order_acq_rel);
+    return OK;
+}
+
+Bool IndexDirectory::WasChangedHere(std::string_view assetDirectory) const {
+    auto changed = _changedHere.Read();
+    return changed->GetCount() != 0 && changed->Contains(std::string(assetDirectory));
+}
+
+Result<void> IndexDirectory::NoteCounterChange() {
+    auto state = _state.Write();
+    return EnsureJournal(*state);
+}
+
+// A journal without this line is not believed: the next load takes longer, and nothing is lost.
+void IndexDirectory::NoteCounterChanged() {
+    auto state = _state.Write();
+    if (state->journal.IsEmpty()) return;
+    const Result<void> noted =
+        CatchOutOfMemory([&] { return AppendLine(state->journal, MakeCounterLine(ReadVersionFile(_root))); });
+    if (noted.IsError())
+        Log(LOG_LEVEL::WARNING, "The index of @ can't be used until it is written again: @", _root,
+            noted.GetError()->GetMessage());
+}
+
+// --- compaction
+
+Result<IndexDirectory::Start> IndexDirectory::BeginCompaction() {
+    auto state = _state.Write();
+    Start start;
+    start.stamp = GetChangeStamp();
+    start.counter = ReadVersionFile(_root);
+    const Url index = GetIndexUrl();
+    if (IsDirectory(index)) {
+        // Nobody has changed anything since it was written: the first who does will drop it.
+        start.generation = ReadGeneration(index);
+        return start;
+    }
+    const Url dropped = GetDroppedUrl();
+    Opt<Journal> journal;
+    if (IsDirectory(dropped)) {
+        Result<Opt<Journal>> read = ReadJournal();
+        if (read.IsOk()) journal = std::move(read).GetValue();
+    }
+    const std::string name = std::string(JOURNAL_PREFIX) + TRY(Uuid::CreateId()).ToString();
+    const Url file = dropped + name;
+    if (journal) {
+        if (IsBelieved(*journal)) start.generation = ReadGeneration(dropped);
+        start.changedByOthers = std::move(journal->changedByOthers);
+        TRY(journal->file.IoRename(file, RENAME_MODE::NO_REPLACE));
+    } else {
+        TRY(MakeDirectory(dropped));
+        TRY(WriteNewFile(file, {}));
+    }
+    start.journal = name;
+    start.journalSize = TRY(file.GetContentLength());
+    return start;
+}
+
+Bool IndexDirectory::IsUnchangedSince(const Start& start) const {
+    if (GetChangeStamp() != start.stamp) return false;
+    if (start.journal.empty()) return IsDirectory(GetIndexUrl()) && ReadGeneration(GetIndexUrl()) == start.generation;
+    const Url file = GetDroppedUrl() + start.journal;
+    return file.IoDetect() == IO_DETECT::FILE && file.GetContentLength().GetValueOr(-1) == start.journalSize;
+}
+
+Result<void> IndexDirectory::Publish(const Url& work, const std::vector<std::string>& names) {
+    auto state = _state.Write();
+    const Url index = GetIndexUrl();
+    TRY(MakeDirectory(index));
+    for (const std::string& name : names) {
+        const Url from = work + name;
+        const Url to = index + name;
+        const Bool isFile = from.IoDetect() == IO_DETECT::FILE;
+        const Bool isThere = to.IoDetect() != IO_DETECT::NOT_THERE;
+        // What was in its place lies in the work directory afterwards and goes with it.
+        TRY(from.IoRename(to, isFile ? RENAME_MODE::REPLACE : isThere ? RENAME_MODE::EXCHANGE : RENAME_MODE::NO_REPLACE));
+    }
+    TRY(SyncNames(index));
+    TRY(SyncNames(_root));
+    state->journal = Url();
+    state->noted = {};
+    const Url dropped = GetDroppedUrl();
+    if (dropped.IoDetect() == IO_DETECT::NOT_THERE) return OK;
+    const Result<Url> hidden = HideDirectory(dropped);
+    if (hidden.IsOk()) DeleteHidden(_root, hidden.GetValue());
+    return OK;  // one that stays is never looked at beside `_index`
+}
+
+Result<void> IndexDirectory::PublishBeside(const Url& work, const char* name, const std::string& modified) {
+    auto state = _state.Write();
+    const Url index = GetIndexUrl();
+    if (!IsDirectory(index) || ReadGeneration(index) != modified) return OK;
+    TRY((work + name).IoRename(index + name, RENAME_MODE::REPLACE));
+    return SyncNames(index);
+}
+
+Result<Bool> IndexDirectory::Delete() {
+    auto state = _state.Write();
+    Bool wasThere = false;
+    for (const Url& directory : {GetIndexUrl(), GetDroppedUrl()}) {
+        if (!IsDirectory(directory)) continue;
+        const Url hidden = TRY(HideDirectory(directory));
+        DeleteHidden(_root, hidden);
+        wasThere = wasThere || directory == GetIndexUrl();
+    }
+    state->journal = Url();
+    state->noted = {};
+    return wasThere;
+}
+
+}  // namespace talvo
