@@ -8,6 +8,7 @@
 #include "kernel/thread/locks.h"
 #include "kernel/thread/observable.h"
 #include "kernel/thread/registry.h"
+#include "kernel/thread/timer.h"
 #include "support/stress_threads.h"
 
 #include <gtest/gtest.h>
@@ -193,6 +194,26 @@ TEST(KernelThreads, queuesComeAndGo) {
             for (int i = 0; i < 5; ++i) MUST(queue->Enqueue([queue]() -> Result<void> { return OK; }));
         }
     });
+}
+
+TEST(KernelThreads, timersAreStartedFiredAndCancelledAllAtOnce) {
+    std::atomic<int> begun = 0;
+    std::atomic<int> cancelled = 0;
+    RunOnThreads([&](Int thread) {
+        for (int round = 0; round < 200; ++round) {
+            NoteStressStep();
+            const Float64 seconds = round % 3 ? 0 : 1e6;
+            const TimerRef timer = MUST(Timer::Start(seconds, seconds, [&]() -> Result<void> {
+                ++begun;
+                return OK;
+            }));
+            if (round % 2 == thread % 2) MUST(timer->FireNow());
+            timer->CancelAndWait();
+            EXPECT_FALSE(timer->IsPending());
+            cancelled += timer->GetJob()->GetState() == JOB_STATE::CANCELLED;
+        }
+    });
+    EXPECT_EQ(begun + cancelled, 200 * THREADS);
 }
 
 TEST(KernelThreads, observersAndRegistries) {
