@@ -50,9 +50,10 @@ protected:
         fs::copy(_scratch / "repo", _scratch / "copy", fs::copy_options::recursive);
         fs::remove_all(_scratch / "copy/_index");
         fs::remove_all(_scratch / "copy/.~index");
-        std::vector<std::string> lines = DescribeAll(Need(AssetInterface::CreateRepositoryFromUrl(
-            MakeId("repo"), REPOSITORYTYPE_DATABASE, {}, _scratch.GetUrl() + "copy", true, false, false)));
-        return lines;
+        UrlRepositoryRequest request;
+        request.url = _scratch.GetUrl() + "copy";
+        request.access = UrlRepositoryRequest::ACCESS::WRITABLE;
+        return DescribeAll(Need(OpenUrlRepository(request)));
     }
     Result<void> Set(const AssetRepositoryRef& repository, std::string_view aid, std::string_view key, const char* value,
                      KIND kind) {
@@ -127,9 +128,6 @@ TEST_F(Index, ASecondOneIsTheSameToTheByte) {
 
 TEST_F(Index, AnEmptyOneAndOneOfALonelyRange) {
     auto repository = Open();
-    for (const AssetDescription& each : {FindLatest(repository, MakeId("databaseinfo_repo"))}) {
-        if (each) Need(repository->EraseAsset(each));
-    }
     Compact(repository);
     EXPECT_TRUE(fs::exists(_scratch / "repo/_index/0-1/index")) << _scratch.List("repo");
     EXPECT_EQ(_scratch.Read("repo/_index/0-1/index"), "");
