@@ -1,4 +1,5 @@
 // Bounded stress of what the kernel shares between threads. Its judge is the thread sanitizer.
+#include "kernel/app/background_progress.h"
 #include "kernel/base/array.h"
 #include "kernel/base/id.h"
 #include "kernel/base/object.h"
@@ -214,6 +215,35 @@ TEST(KernelThreads, timersAreStartedFiredAndCancelledAllAtOnce) {
         }
     });
     EXPECT_EQ(begun + cancelled, 200 * THREADS);
+}
+
+TEST(KernelThreads, backgroundEntriesComeAndGoWhileTheyAreShownAndCancelled) {
+    BackgroundProgress& master = BackgroundProgress::GetMaster();
+    std::atomic<int> added = 0, gone = 0, cancelled = 0;
+    const ObserverToken token =
+        master.ObservableEntryChanged().AddObserver([&](BACKGROUND_EVENT event, const BackgroundEntryInfo&) -> Result<void> {
+            added += event == BACKGROUND_EVENT::ADDED;
+            gone += event == BACKGROUND_EVENT::GONE;
+            return OK;
+        });
+    RunOnThreads([&](Int thread) {
+        for (int round = 0; round < 200; ++round) {
+            NoteStressStep();
+            const BackgroundEntryRef entry = MUST(master.AddActiveEntry("work"));
+            entry->SetCancelJobDelegate([&] { ++cancelled; });
+            for (const BackgroundEntryInfo& info : MUST(master.GetEntries())) {
+                if (round % 3 == thread % 3) master.Cancel(info.number);
+            }
+            const Result<void> shown = entry->SetProgressAndCheckBreak(0.5);
+            if (shown.IsError()) MUST(entry->AddState(BACKGROUND_STATE::CANCELLED, "cancelled"));
+            if (round % 2) entry->Finish();
+        }
+    });
+    EXPECT_TRUE(master.ObservableEntryChanged().RemoveObserver(token));
+    EXPECT_EQ(added, 200 * THREADS);
+    EXPECT_EQ(gone, added);
+    EXPECT_LE(cancelled, added);
+    EXPECT_TRUE(MUST(master.GetEntries()).empty());
 }
 
 TEST(KernelThreads, observersAndRegistries) {
