@@ -2,7 +2,9 @@
 #include "asset_module/module_fixture.h"
 #include "kernel/app/log.h"
 #include "kernel/app/run_loop.h"
+#include "kernel/base/allocation_plan.h"
 #include "kernel/io/connection.h"
+#include "kernel/io/file_system.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -159,6 +161,41 @@ TEST_F(Module, whatStandsInTheWayIsNamedAndNothingOfTheStartStays) {
     Remove("home");
     _scratch.Write(std::string(APPLICATION) + "/databaseid", "net.talvo.repository.application");
     EXPECT_THAT(AssetModule::Start(), Succeeds()) << "once the way is free";
+}
+
+// Each operation on files, then each allocation, of a start fails once.
+TEST_F(Module, aStartThatFailsAnywhereMayBeTriedAgain) {
+    const struct {
+        const char* what;
+        std::function<Bool(const std::string& plan)> set;
+        std::function<Bool()> wasHit;
+        std::function<void()> clear;
+    } plans[] = {{"operation", [](const std::string& plan) { return FaultPlan::Set(plan + ":EIO").IsOk(); }, FaultPlan::WasHit,
+                  FaultPlan::Clear},
+                 {"allocation", AllocationPlan::Set, AllocationPlan::WasHit, AllocationPlan::Clear}};
+    FaultPlan::SetScope(_scratch.GetPath());
+    SetLogSink([](LOG_LEVEL, const std::string&) {});
+    for (const auto& plan : plans) {
+        Bool finished = false;
+        for (Int n = 1; !finished; ++n) {
+            ASSERT_LT(n, 20000) << "the start never ends";
+            SCOPED_TRACE(plan.what + std::to_string(n));
+            Remove("home");
+            if (!plan.set("fail@" + std::to_string(n))) break;  // this build can't
+            const Result<void> started = AssetModule::Start();
+            finished = !plan.wasHit();
+            plan.clear();
+            if (started.IsError()) ExpectNothingIsThere(started.GetError()->GetMessage());
+            if (finished) {
+                EXPECT_THAT(started, Succeeds());
+            }
+            EXPECT_THAT(AssetModule::Start(), Succeeds());
+            EXPECT_EQ(GetChain().back(), "net.talvo.repository.builtin");
+            AssetModule::Stop();
+            ASSERT_FALSE(HasFailure());
+        }
+    }
+    SetLogSink(nullptr);
 }
 
 }  // namespace

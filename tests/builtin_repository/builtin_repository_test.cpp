@@ -2,7 +2,6 @@
 #include "asset_impl/config.h"
 #include "asset_module/module_fixture.h"
 #include "kernel/data/standard_types.h"
-#include "support/stress_threads.h"
 
 namespace talvo {
 namespace {
@@ -232,19 +231,6 @@ TEST_F(Builtin, refusesWhatWouldChangeIt) {
     const AssetDescription namesake = Need(_user->StoreAsset("b.file"_id, _file, nullptr));
     EXPECT_THAT(_builtin->StoreMetaData(namesake, MakeMetaId("k"), Data(true), KIND::PERSISTENT | KIND::USER),
                 FailsWith<UnexpectedError>("impl && builtinImpl"));
-}
-
-TEST_F(Builtin, severalThreadsGetOneAssetOfAnId) {
-    constexpr Int THREADS = 4;
-    std::vector<AssetDescription> found(THREADS);
-    RunStress(THREADS, [&](Int thread) {
-        for (Int round = 0; round < 50; ++round) {
-            NoteStressStep();
-            const AssetDescription note = FindLatest(_user, round % 2 == 0 ? "b.note"_id : "c.note"_id);
-            if (round % 2 == 0) found[std::size_t(thread)] = note;
-        }
-    });
-    for (const AssetDescription& each : found) EXPECT_EQ(each, found[0]);
 }
 
 }  // namespace

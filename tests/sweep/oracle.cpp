@@ -1,5 +1,7 @@
 #include "tests/sweep/oracle.h"
 
+#include "asset_module.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <iterator>
@@ -104,7 +106,7 @@ void Oracle::Inspect(const Teller& teller, Int acknowledged) const {
         return;
     }
     std::vector<std::string> wrong = CheckState(state.GetValue(), acknowledged);
-    for (const auto& more : {CheckFurtherStore(state.GetValue()), CheckLeftovers()})
+    for (const auto& more : {CheckFurtherStore(state.GetValue()), CheckFurtherStart(), CheckLeftovers()})
         wrong.insert(wrong.end(), more.begin(), more.end());
     for (const std::string& each : wrong) teller.Tell(each);
 }
@@ -126,6 +128,30 @@ std::vector<std::string> Oracle::CheckFurtherStore(const RepositoryState& before
     }
     if (after.GetValue().numbers.size() != before.numbers.size() + 2)
         wrong.push_back("two further stores didn't give two versions");
+    return wrong;
+}
+
+/// The module starts, and its user's repository is sound and can be stored in.
+std::vector<std::string> Oracle::CheckFurtherStart() const {
+    if (!_workload.startsModule) return {};
+    std::vector<std::string> wrong;
+    const auto use = [&]() -> Result<void> {
+        TRY(AssetModule::Start());
+        const AssetRepositoryRef& user = AssetInterface::GetUserPrefsRepository();
+        const Asset file = TRY(Session(_world).GetFile("one.txt"));
+        TRY(user->StoreAsset("further"_id, file, nullptr));
+        AssetModule::Stop();
+        const Url root = _world.GetUrl("home/generated/net.talvo.asset/userrepository");
+        TRY(RepositoryMaintenance::CollectGarbage(root, RepositoryMaintenance::GC_MODE::REMOVE, -1,
+                                                  [](const auto&) -> Result<Bool> { return true; }));
+        TRY(RepositoryMaintenance::Verify(root, 1, [&](const RepositoryFinding& finding) -> Result<Bool> {
+            wrong.push_back("the user's repository: " + ToText(finding.path.ToString()) + ": " + ToText(finding.explanation));
+            return true;
+        }));
+        return OK;
+    };
+    const Result<void> used = use();
+    if (used.IsError()) wrong.push_back("a further start: " + used.GetError()->GetMessage());
     return wrong;
 }
 

@@ -25,6 +25,7 @@ public:
 private:
     void Inspect(const Teller& teller, Int acknowledged) const;
     std::vector<std::string> CheckFurtherStore(const RepositoryState& before) const;
+    std::vector<std::string> CheckFurtherStart() const;
     std::vector<std::string> CheckLeftovers() const;
 
     World& _world;

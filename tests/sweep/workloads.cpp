@@ -1,5 +1,6 @@
 #include "tests/sweep/workloads.h"
 
+#include "asset_module.h"
 #include "kernel/data/standard_types.h"
 
 namespace talvo::sweep {
@@ -72,6 +73,20 @@ Step JustOpen() {
     };
 }
 
+/// With a value of the user on a built-in asset.
+Step StartModule() {
+    return [](Session&) -> Result<void> {
+        TRY(AssetModule::Start());
+        const AssetRepositoryRef& user = AssetInterface::GetUserPrefsRepository();
+        const AssetDescription builtin =
+            TRY(user->FindLatestAsset(Id(), NODE_CATEGORY_UNCATEGORIZED, Id(), ASSET_FIND_MODE::NONE));
+        if (!builtin) return IllegalStateError::Create("A built-in asset is missing.");
+        TRY(builtin.StoreMetaData("key"_id, Data(String("mine")), KIND(18)));
+        AssetModule::Stop();
+        return OK;
+    };
+}
+
 std::vector<Workload> MakeWorkloads() {
     const std::vector<Step> one = {Store("other", "two.txt"), Store("a", "one.txt")};
     std::vector<Step> rich = one;
@@ -105,6 +120,12 @@ std::vector<Workload> MakeWorkloads() {
          {SetFile("a", "file", "other.bin", 2), SetFile("a", "tree", "folder", 6), SetFile("a", "file", "", 2)}},
         {"create-repository", {}, {JustOpen()}, Workload::OPENING::WITH_FAULTS},
         {"open-again", rich, {JustOpen()}, Workload::OPENING::WITH_FAULTS, false, true, true},
+        {.name = "start-module",
+         .before = one,
+         .steps = {StartModule()},
+         .opening = Workload::OPENING::WITH_FAULTS,
+         .changesNothing = true,
+         .startsModule = true},
         {"import", one, {Store("i1", "one.txt"), SetValue("i1", "key", "v", 2), Store("i2", "two.txt"), Store("i3", "folder")}},
     };
 }

@@ -22,6 +22,8 @@ struct Workload {
     Bool assetsMayBeLeftOut = false;
     /// There is nothing that a loss of power could take.
     Bool changesNothing = false;
+    /// The steps start the module: what is left must let it start again, and its user's repository be used.
+    Bool startsModule = false;
 };
 
 const std::vector<Workload>& GetWorkloads();

@@ -21,7 +21,6 @@ namespace {
 
 /// After those who still look things up at the end of the loop.
 constexpr Int EXIT_PRIORITY = -5;
-constexpr LiteralId BUILTIN_TREE{"builtinrepository"};
 
 std::atomic<Bool> g_isStarted{false};
 ObserverToken g_exitObserver = ObserverToken::NONE;

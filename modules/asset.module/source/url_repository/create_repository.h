@@ -25,6 +25,8 @@ Result<UpdatableAssetRepositoryRef> CreateUrlRepository(const UrlRepositoryReque
 Result<Url> GetApplicationRepositoryPlace();
 /// Where the user preferences repository lies.
 Result<Url> GetUserRepositoryPlace();
+/// Stands for the built-in repository in the names of trees.
+inline constexpr LiteralId BUILTIN_TREE{"builtinrepository"};
 /// Where derived values of a repository lie that keeps them out of its root.
 Result<Url> GetGeneratedTree(const Id& repositoryId);
 /// Where user values of all repositories lie.

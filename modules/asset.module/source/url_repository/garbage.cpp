@@ -1,7 +1,7 @@
 // The sweep: removes what work that was cut off left behind under our own hidden names.
 //
 // Looked at are the places where we make such names and no others: the root, the directories of assets and those of versions, there and in the side trees
-// of this repository. The age of a leftover is that of the youngest thing in it, so that work that goes on right now is never taken for one.
+// of this repository; with the user's repository those of built-in assets. The age of a leftover is that of the youngest thing in it, so that work that goes on right now is never taken for one.
 #include "kernel/io/file_utilities.h"
 #include "kernel/thread/job.h"
 #include "url_repository/asset_info.h"
@@ -57,6 +57,16 @@ public:
             if (!goOn) break;
         }
         return goOn;
+    }
+    /// A tree of values of built-in assets, which stand in the directory of the asset.
+    Result<Bool> SweepBuiltinTree(const Url& tree) {
+        const BaseArray<IoEntry> entries = TRY(BrowseTreeIfThere(tree));
+        for (const IoEntry& entry : entries) {
+            if (Job::IsCurrentCancelled()) return OperationCancelledError::Create();
+            const Bool goOn = TRY(entry.kind == IO_DETECT::DIRECTORY ? SweepNames(tree, tree + entry.name) : Result<Bool>(true));
+            if (!goOn) return false;
+        }
+        return true;
     }
     void AddSideTree(const Url& tree) { _sideTrees.push_back(tree); }
 
@@ -128,7 +138,12 @@ Result<void> RepositoryMaintenance::CollectGarbage(const Url& root, GC_MODE mode
         const Url user = TRY(GetUserTree());
         sweep.AddSideTree(generated);
         sweep.AddSideTree(user);
-        TRY(sweep.SweepRoot(root));
+        Bool goOn = TRY(sweep.SweepRoot(root));
+        if (*id != REPOSITORY_USERPREFS || !goOn) return OK;
+        // Built-in assets have no repository on disk that could be swept; who adds values to them is the user.
+        const Url builtin = TRY(GetGeneratedTree(BUILTIN_TREE));
+        goOn = TRY(sweep.SweepBuiltinTree(builtin));
+        if (goOn) TRY(sweep.SweepBuiltinTree(user));
         return OK;
     });
 }
