@@ -9,6 +9,13 @@ std::vector<Row> ImportSmallFiles(const Setting& setting);
 std::vector<Row> ImportLargerFiles(const Setting& setting);
 std::vector<Row> StoreLargeFile(const Setting& setting);
 std::vector<Row> OpenTree(const Setting& setting);
+std::vector<Row> MakeLibraries(const Setting& setting);
+std::vector<Row> OpenIndex(const Setting& setting);
+std::vector<Row> OpenChangedIndex(const Setting& setting);
+std::vector<Row> ReadIndexedNames(const Setting& setting);
+std::vector<Row> MeasureIndexedMemory(const Setting& setting);
+std::vector<Row> ShowOneIndexed(const Setting& setting);
+std::vector<Row> CompactLoaded(const Setting& setting);
 std::vector<Row> WalkIds(const Setting& setting);
 std::vector<Row> MeasureMemory(const Setting& setting);
 std::vector<Row> GrowInMemory(const Setting& setting);
@@ -28,6 +35,13 @@ inline constexpr Benchmark BENCHMARKS[] = {
     {"import-larger", ImportLargerFiles},
     {"large-file", StoreLargeFile},
     {"open-tree", OpenTree},
+    {"library", MakeLibraries},
+    {"index-open", OpenIndex},
+    {"index-changed", OpenChangedIndex},
+    {"index-names", ReadIndexedNames},
+    {"index-memory", MeasureIndexedMemory},
+    {"index-show", ShowOneIndexed},
+    {"compaction", CompactLoaded},
     {"walk", WalkIds},
     {"memory", MeasureMemory},
     {"growth-memory", GrowInMemory},

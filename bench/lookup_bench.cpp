@@ -6,10 +6,8 @@
 #include "bench/repositories.h"
 
 #include <malloc.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <unordered_map>
 
 namespace talvo::bench {
@@ -74,15 +72,6 @@ Float64 MeasureMapWalk(const Setting& setting, Int count) {
 
 std::string ShowRate(Float64 rate) { return ShowNumber(rate) + " M/s"; }
 
-Int64 GetResidentBytes() {
-    long pages = 0;
-    long resident = 0;
-    FILE* const file = std::fopen("/proc/self/statm", "r");
-    Need(file && std::fscanf(file, "%ld %ld", &pages, &resident) == 2, "no statm");
-    std::fclose(file);
-    return Int64(resident) * sysconf(_SC_PAGESIZE);
-}
-
 }  // namespace
 
 std::vector<Row> WalkIds(const Setting& setting) {
@@ -111,11 +100,11 @@ std::vector<Row> WalkIds(const Setting& setting) {
 std::vector<Row> MeasureMemory(const Setting& setting) {
     const Int count = setting.Choose(1000000, 10000);
     malloc_trim(0);
-    const Int64 before = GetResidentBytes();
+    const Int64 before = Memory::GetHere().own;
     const auto repository = MakeGeneratedRepository(ID, {}, 0, count);
-    const Float64 ids = Float64(GetResidentBytes() - before) / Float64(count);
+    const Float64 ids = Float64(Memory::GetHere().own - before) / Float64(count);
     Need(LoadAll(repository) == count, "not all ids were found");
-    const Float64 versions = Float64(GetResidentBytes() - before) / Float64(count);
+    const Float64 versions = Float64(Memory::GetHere().own - before) / Float64(count);
     const std::string what = std::to_string(count) + " assets, memory of the process for each, ";
     return {{what + "before versions are loaded", ShowNumber(ids) + " B", "", "B", ids, Row::GOAL::AT_MOST, 400},
             {what + "all newest versions loaded", ShowNumber(versions) + " B", "", "B", versions, Row::GOAL::AT_MOST, 1024}};

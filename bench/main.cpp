@@ -3,6 +3,7 @@
 #include "bench/benchmarks.h"
 #include "bench/generator.h"
 #include "bench/measure.h"
+#include "bench/repositories.h"
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -21,6 +22,7 @@ constexpr const char* USAGE =
     "talvo_bench --list                                                             tells their names\n"
     "talvo_bench --make-tree FOLDER COUNT            writes a repository of COUNT assets\n"
     "talvo_bench --make-files FOLDER COUNT MIN MAX   writes COUNT files of MIN to MAX bytes\n"
+    "talvo_bench --open FOLDER HOME                  opens a repository and ends\n"
     "talvo_bench --bare-import SOURCE TARGET THREADS the peer of the import\n";
 
 std::vector<const Benchmark*> Choose(const std::vector<std::string>& names) {
@@ -59,6 +61,8 @@ Bool RunOne(const Benchmark& benchmark, const Setting& setting) {
 
 int RunAll(const std::vector<std::string>& names, Setting setting) {
     if (setting.quick) setting.runs = 1;
+    setting.kept = setting.scratch + ".kept";
+    std::filesystem::create_directories(setting.kept);
     const std::vector<const Benchmark*> chosen = Choose(names);
     std::fputs(MakeTableHead().c_str(), stdout);
     Bool allRan = true;
@@ -66,6 +70,7 @@ int RunAll(const std::vector<std::string>& names, Setting setting) {
         std::fflush(stdout);
         allRan = RunOne(*benchmark, setting) && allRan;
     }
+    std::filesystem::remove_all(setting.kept);
     return allRan ? 0 : 1;
 }
 
@@ -88,6 +93,7 @@ int Main(const std::vector<std::string>& words) {
         if (word == "--make-files")
             return MakeFiles(at(i + 1), std::stoll(at(i + 2)), std::stoll(at(i + 3)), std::stoll(at(i + 4))), 0;
         if (word == "--bare-import") return BareImport(at(i + 1), at(i + 2), std::stoll(at(i + 3))), 0;
+        if (word == "--open") return Keep(OpenOnDisk(at(i + 1), at(i + 2))), 0;
         if (word == "--quick") {
             setting.quick = true;
         } else if (word == "--runs") {

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <fstream>
 
 namespace talvo::bench {
 
@@ -51,6 +52,17 @@ rusage WaitFor(pid_t child, const std::string& what) {
 
 void Need(Bool condition, const std::string& what) {
     if (!condition) throw std::runtime_error(what);
+}
+
+Memory Memory::GetHere() {
+    Memory memory;
+    std::ifstream lines("/proc/self/status");
+    for (std::string line; std::getline(lines, line);) {
+        // In kilobytes.
+        if (line.starts_with("RssAnon:")) memory.own = std::stoll(line.substr(8)) * 1024;
+        if (line.starts_with("RssFile:")) memory.mapped = std::stoll(line.substr(8)) * 1024;
+    }
+    return memory;
 }
 
 Cost MeasureHere(FunctionRef<void()> work) {

@@ -26,6 +26,14 @@ struct Cost {
     Float64 cpu = 0;   ///< seconds of the user and of the system, over all threads
 };
 
+/// Bytes in memory of this process.
+struct Memory {
+    Int64 own = 0;
+    Int64 mapped = 0;  ///< of files, which the system can take away and others share
+
+    static Memory GetHere();
+};
+
 /// Of this process.
 Cost MeasureHere(FunctionRef<void()> work);
 /// Of a program that is started with these words and must end well. Its output goes nowhere.

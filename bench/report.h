@@ -27,6 +27,7 @@ struct Setting {
     std::string program;  ///< `talvo`
     std::string self;     ///< this program
     std::string scratch;  ///< folder that is emptied before each benchmark
+    std::string kept;     ///< folder for what several benchmarks use
 
     /// The size for this setting.
     Int Choose(Int full, Int small) const { return quick ? small : full; }

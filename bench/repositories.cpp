@@ -9,7 +9,11 @@
 namespace talvo::bench {
 
 UpdatableAssetRepositoryRef OpenOnDisk(const Setting& setting, const std::string& folder) {
-    Application::SetHome(Url::FromSystemPath(setting.At("home")));
+    return OpenOnDisk(folder, setting.At("home"));
+}
+
+UpdatableAssetRepositoryRef OpenOnDisk(const std::string& folder, const std::string& home) {
+    Application::SetHome(Url::FromSystemPath(home));
     return Need(AssetInterface::CreateRepositoryFromUrl(Id(), REPOSITORYTYPE_DATABASE, {}, Url::FromSystemPath(folder), true,
                                                         false, false));
 }

@@ -7,7 +7,9 @@
 
 namespace talvo::bench {
 
-/// Opens the tree `folder`, which is there.
+/// Opens the repository `folder`, which is there, with this folder as the user's home.
+UpdatableAssetRepositoryRef OpenOnDisk(const std::string& folder, const std::string& home);
+/// The same with the home of the benchmark.
 UpdatableAssetRepositoryRef OpenOnDisk(const Setting& setting, const std::string& folder);
 BaseAssetRepositoryRef MakeInMemory(const Id& id);
 /// A payload of a few bytes that lies in memory, too.
