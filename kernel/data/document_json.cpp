@@ -87,10 +87,18 @@ private:
     void WriteBlob(std::string_view bytes) { _text += "{\"base64\": \"" + EncodeBase64(bytes) + "\"}"; }
     void WriteText(std::string_view text) {
         _text += '"';
-        for (const char c : text) WriteCharacter(c);
+        // Nearly all texts are one run of plain characters.
+        for (std::size_t begin = 0; begin < text.size();) {
+            std::size_t end = begin;
+            while (end < text.size() && IsPlain(text[end])) ++end;
+            _text.append(text, begin, end - begin);
+            if (end < text.size()) WriteEscaped(text[end]);
+            begin = end + 1;
+        }
         _text += '"';
     }
-    void WriteCharacter(char c) {
+    static Bool IsPlain(char c) { return UChar(c) >= 0x20 && c != '"' && c != '\\'; }
+    void WriteEscaped(char c) {
         static constexpr char DIGITS[] = "0123456789abcdef";
         switch (c) {
             case '"': _text += "\\\""; break;
@@ -99,13 +107,9 @@ private:
             case '\r': _text += "\\r"; break;
             case '\t': _text += "\\t"; break;
             default:
-                if (UChar(c) >= 0x20) {
-                    _text += c;
-                } else {
-                    _text += "\\u00";
-                    _text += DIGITS[UChar(c) >> 4];
-                    _text += DIGITS[UChar(c) & 15];
-                }
+                _text += "\\u00";
+                _text += DIGITS[UChar(c) >> 4];
+                _text += DIGITS[UChar(c) & 15];
         }
     }
 
