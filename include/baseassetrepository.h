@@ -57,6 +57,14 @@ public:
     virtual Result<Bool> HandleAssetErasedCompletely(const Id& aid, const Data& adata) = 0;
     /// The stored value; empty if there is none. IoError counts as none.
     virtual Result<Data> LoadMetaDataImpl(const Data& vdata, const InternedId& metaId, ASSET_METADATA_KIND kind) = 0;
+    /// One text out of a stored description of texts, for a backend that can tell it without reading all of it.
+    struct StoredText {
+        Bool isKnown = false;         ///< false: the backend can't tell, the description must be loaded
+        Bool hasDescription = false;  ///< there is a description; it may have no text under the key
+        String text;
+    };
+    /// The text of a key (third) in the description that a metadata id (second) has in a version. The default knows nothing. Errors: as LoadMetaDataImpl.
+    virtual Result<StoredText> FindTextImpl(const Data&, const InternedId&, const Id&) { return StoredText(); }
     /// Writes one value; an empty one deletes it. @param source in `urlMode` the file to copy, empty to delete. @return the value to keep in memory.
     /// Errors: UnsupportedOperationError where there is no place for a derived or user value.
     virtual Result<Data> StoreMetaDataImpl(const Data& vdata, const InternedId& metaId, const Data& data,
@@ -184,6 +192,10 @@ protected:
         const Data& adata;
         Block<const AssetVersionEntry> versions;  ///< oldest first
     };
+    /// For LoadExistingIdsImpl, before it reports many ids at once. Errors: OutOfMemoryError.
+    Result<void> ExpectRecords(Int count);
+    /// Likewise, a few ids before this one is reported: what is needed for it is fetched meanwhile.
+    void ExpectRecord(const Id& aid) const;
     /// Ids and types of all assets, sorted by the bytes of the ids, those without versions too.
     Result<std::vector<std::pair<Id, Id>>> ListRecords() const;
     /// Hands out an asset at a moment at which no version of it is being stored or erased; its versions are loaded if they weren't.

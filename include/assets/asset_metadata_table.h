@@ -64,6 +64,13 @@ public:
             return &_items.emplace(place, id, AssetMetaDataEntry())->second;
         });
     }
+    /// Makes room for `count` entries, no more. Errors: OutOfMemoryError.
+    Result<void> EnsureCapacity(Int count) {
+        return CatchOutOfMemory([&]() -> Result<void> {
+            _items.reserve(std::size_t(count));
+            return OK;
+        });
+    }
     /// After it the next new entry needs no memory. Errors: OutOfMemoryError.
     Result<void> EnsureRoomForOne() {
         return CatchOutOfMemory([&]() -> Result<void> {

@@ -228,6 +228,75 @@ Result<DocumentValue> ReadBinaryValue(std::string_view bytes) {
     return value;
 }
 
+namespace {
+
+/// The bytes behind a length in 4 bytes; nothing if they aren't there.
+Opt<std::string_view> TakeBytes(std::string_view& rest) {
+    ByteReader reader(rest);
+    const Result<std::string_view> bytes = reader.ReadBytes();
+    if (bytes.IsError()) return std::nullopt;
+    rest.remove_prefix(rest.size() - reader.GetRest());
+    return bytes.GetValue();
+}
+
+}  // namespace
+
+std::size_t BinaryValueView::MeasureValue(std::string_view bytes, Int depth) {
+    if (bytes.empty() || depth > MAX_DOCUMENT_DEPTH) return 0;
+    std::string_view rest = bytes.substr(1);
+    const auto measured = [&] { return bytes.size() - rest.size(); };
+    switch (TAG(bytes[0])) {
+        case TAG::NONE:
+        case TAG::FALSE:
+        case TAG::TRUE: return 1;
+        case TAG::INT:
+        case TAG::UINT:
+        case TAG::FLOAT: return rest.size() < sizeof(UInt64) ? 0 : 1 + sizeof(UInt64);
+        case TAG::TEXT:
+        case TAG::BLOB: return TakeBytes(rest) ? measured() : 0;
+        case TAG::ARRAY:
+        case TAG::OBJECT: break;
+        default: return 0;
+    }
+    const Bool isObject = TAG(bytes[0]) == TAG::OBJECT;
+    UInt32 count = 0;
+    if (rest.size() < sizeof(count)) return 0;
+    rest = BinaryValueView(bytes).EnterList(bytes[0], count);
+    for (UInt32 i = 0; i < count; ++i) {
+        if (isObject && !TakeBytes(rest)) return 0;
+        const std::size_t length = MeasureValue(rest, depth + 1);
+        if (length == 0) return 0;
+        rest.remove_prefix(length);
+    }
+    return measured();
+}
+
+std::string_view BinaryValueView::EnterList(char tag, UInt32& count) const {
+    count = 0;
+    if (_bytes.size() < 1 + sizeof(count) || _bytes[0] != tag) return {};
+    for (std::size_t i = 0; i < sizeof(count); ++i) count |= UInt32(UChar(_bytes[1 + i])) << (8 * i);
+    return _bytes.substr(1 + sizeof(count));
+}
+
+Opt<std::string_view> BinaryValueView::GetText() const {
+    const Bool isText = !_bytes.empty() && (TAG(_bytes[0]) == TAG::TEXT || TAG(_bytes[0]) == TAG::BLOB);
+    std::string_view rest = isText ? _bytes.substr(1) : std::string_view();
+    return isText ? TakeBytes(rest) : std::nullopt;
+}
+
+Opt<BinaryValueView> BinaryValueView::FindMember(std::string_view key) const {
+    UInt32 count = 0;
+    std::string_view rest = EnterList(char(TAG::OBJECT), count);
+    for (UInt32 i = 0; i < count; ++i) {
+        const Opt<std::string_view> found = TakeBytes(rest);
+        const std::size_t length = found ? MeasureValue(rest, 0) : 0;
+        if (length == 0) return std::nullopt;
+        if (*found == key) return BinaryValueView(rest.substr(0, length));
+        rest.remove_prefix(length);
+    }
+    return std::nullopt;
+}
+
 std::string MakeBinaryDocumentHead(const Id& rootId, const Id& typeId, UInt64 length) {
     ByteWriter writer;
     writer.WriteRaw(BINARY_DOCUMENT_MAGIC);

@@ -23,6 +23,35 @@ void AppendBinaryValue(const DocumentValue& value, std::string& bytes);
 /// Reads what AppendBinaryValue gave, to the last byte. Errors: FileFormatError: cut short, malformed, over the limits.
 Result<DocumentValue> ReadBinaryValue(std::string_view bytes);
 
+/// Looks into the tagged form of a value without making it. Whatever is wrong with the bytes counts as nothing there.
+/// Threads: as a plain value; the bytes are the caller's.
+class BinaryValueView {
+public:
+    explicit BinaryValueView(std::string_view bytes) : _bytes(bytes) {}
+    /// A text (or bytes); nothing if it is something else.
+    Opt<std::string_view> GetText() const;
+    /// The member of an object.
+    Opt<BinaryValueView> FindMember(std::string_view key) const;
+    /// Hands out the elements of an array until the receiver returns false.
+    template <typename RECEIVER>
+    void ForEachElement(RECEIVER&& receiver) const {
+        UInt32 count = 0;
+        std::string_view rest = EnterList('a', count);
+        for (UInt32 i = 0; i < count; ++i) {
+            const std::size_t length = MeasureValue(rest, 0);
+            if (length == 0 || !receiver(BinaryValueView(rest.substr(0, length)))) return;
+            rest.remove_prefix(length);
+        }
+    }
+
+private:
+    std::string_view EnterList(char tag, UInt32& count) const;
+    /// Bytes of the value at the front; 0 if there is none that is whole.
+    static std::size_t MeasureValue(std::string_view bytes, Int depth);
+
+    std::string_view _bytes;
+};
+
 /// What stands around the payload of a document: magic, version, root, type and the payload's length before it, a checksum behind it.
 struct BinaryDocumentFrame {
     std::string_view rootId;

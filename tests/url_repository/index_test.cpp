@@ -1,5 +1,6 @@
 // Index files: what is read from them is what the tree says, whatever was changed in between, and nothing wrong in them hides or invents a version.
 #include "kernel/base/hashing.h"
+#include "kernel/io/directory_tree.h"
 #include "kernel/io/file_utilities.h"
 #include "url_repository/compacted_metadata.h"
 #include "url_repository/compacted_metadata_layout.h"
@@ -9,6 +10,7 @@
 
 #include <fstream>
 #include <random>
+#include <thread>
 
 namespace talvo {
 namespace {
@@ -124,6 +126,48 @@ TEST_F(Index, ASecondOneIsTheSameToTheByte) {
     repository = Open();
     Compact(repository);
     EXPECT_EQ(read(), first);
+}
+
+TEST_F(Index, ItsListingLeavesOutWhatTheIndexTells) {
+    auto repository = Open();
+    Fill(repository);
+    _scratch.Write("repo/a/1/.DS_Store", "x");
+    Compact(repository);
+    std::vector<std::string> paths;
+    Need(FileUtilities::ReadDirectoryTree(GetRoot() + "_index/index.dat", [&](const DirectoryTreeEntry& entry) -> Result<Bool> {
+        std::string path;
+        for (const auto& component : entry.components) path += "/" + std::string(component);
+        paths.push_back(path);
+        return true;
+    }));
+    const auto has = [&](const char* path) { return std::find(paths.begin(), paths.end(), path) != paths.end(); };
+    for (const char* path :
+         {"/databaseid", "/version", "/_index/0-2/index", "/a/1/asset.txt", "/a/2/file.meta.bin", "/a/1/index.meta"}) {
+        EXPECT_TRUE(has(path)) << path;
+    }
+    for (const char* path : {"/a/asset.info", "/a/1/hash", "/a/1/plain.meta", "/a/1/.DS_Store", "/.~index"})
+        EXPECT_FALSE(has(path)) << path;
+}
+
+TEST_F(Index, IsWrittenInTheBackgroundAndAgainAfterChanges) {
+    auto repository = Open();
+    Store(repository, "a", "x");
+    Need(Indexed(repository).CompactInBackground(0, nullptr));
+    const auto waitFor = [&](Int32 state) {
+        while (Indexed(repository).GetIndexState() != state) std::this_thread::yield();
+    };
+    waitFor(3);
+    Store(repository, "a", "y");
+    EXPECT_NE(Indexed(repository).GetIndexState(), 0);
+    EXPECT_FALSE(fs::exists(_scratch / "repo/_index"));
+    Need(Indexed(repository).DeleteIndexFiles());
+    EXPECT_EQ(Indexed(repository).GetIndexState(), 0);
+    Need(Indexed(repository).CompactInBackground(1000, nullptr));
+    EXPECT_EQ(Indexed(repository).GetIndexState(), 1);
+    // Whoever lets go of it is not kept by what is pending.
+    WeakRef<AssetRepositoryInterface> weak(repository.GetPointer());
+    repository = nullptr;
+    EXPECT_FALSE(weak.Promote());
 }
 
 TEST_F(Index, AnEmptyOneAndOneOfALonelyRange) {

@@ -113,6 +113,15 @@ Result<Data> AssetMetaDataImpl::GetForCarry(const InternedId& metaId) const {
     return value;
 }
 
+Result<BaseAssetRepositoryInterface::StoredText> AssetMetaDataImpl::FindText(const InternedId& metaId, const Id& key) const {
+    auto entries = _entries.Read();
+    const AssetMetaDataEntry* entry = entries->Find(metaId);
+    if (!entry || entry->loaded) return BaseAssetRepositoryInterface::StoredText();
+    const AssetRepositoryRef repository = TRY(GetRepository());
+    auto* backend = dynamic_cast<BaseAssetRepositoryInterface*>(repository.GetPointer());
+    return backend ? backend->FindTextImpl(_vdata, metaId, key) : BaseAssetRepositoryInterface::StoredText();
+}
+
 Result<Data> AssetMetaDataImpl::Compute(const InternedId& metaId) const {
     if (!_hasRepository) return Data();
     const AssetRepositoryRef repository = TRY(GetRepository());

@@ -3,12 +3,10 @@
 
 #include "asset_impl/engine_locks.h"
 #include "asset_impl/metadata_kinds.h"
-#include "assets/asset_repository.h"
+#include "baseassetrepository.h"
 #include "kernel/thread/locks.h"
 
 namespace talvo {
-
-class BaseAssetRepositoryInterface;
 
 /// Threads:    any.
 /// Lock order: below everything of the engine. The backend's reads and writes of one value run under it, so that two writers of one
@@ -28,6 +26,9 @@ public:
     /// The stored value for a store that takes it over: unlike Get, never computed, and a read that failed is tried again and its error returned,
     /// since a store must not forget a value. Empty if there is none.
     Result<Data> GetForCarry(const InternedId& metaId) const;
+
+    /// One text of a stored description that was not loaded yet, if the backend can tell it so; nothing is kept. Errors: as Get.
+    Result<BaseAssetRepositoryInterface::StoredText> FindText(const InternedId& metaId, const Id& key) const;
 
     /// The backend's data of the version.
     const Data& GetVersionData() const { return _vdata; }

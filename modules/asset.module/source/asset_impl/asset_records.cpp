@@ -17,6 +17,15 @@ std::vector<std::pair<Id, Id>> RepositoryEngine::ListRecords() const {
     return records;
 }
 
+Result<void> BaseAssetRepository::ExpectRecords(Int count) {
+    return CatchOutOfMemory([&]() -> Result<void> {
+        _engine->ExpectRecords(count);
+        return OK;
+    });
+}
+
+void BaseAssetRepository::ExpectRecord(const Id& aid) const { _engine->ExpectRecord(aid); }
+
 Result<std::vector<std::pair<Id, Id>>> BaseAssetRepository::ListRecords() const {
     return CatchOutOfMemory([&]() -> Result<std::vector<std::pair<Id, Id>>> { return _engine->ListRecords(); });
 }

@@ -100,6 +100,21 @@ Result<AssetIdData*> AssetTable::Ensure(const Id& id, const Id& type) {
     });
 }
 
+// The shards fill evenly, but not to the last one.
+void AssetTable::Expect(Int count) {
+    const std::size_t share = std::size_t(count) / SHARDS + std::size_t(count) / (SHARDS * 32) + 1;
+    for (Shard& shard : _shards) {
+        auto index = shard.index.Write();
+        index->reserve(index->size() + share);
+    }
+}
+
+void AssetTable::Prefetch(const Id& id) const {
+    const UInt hash = GetTableHash(id.GetView());
+    const auto index = GetShard(hash).index.Read();
+    index->prefetch(Key{id, hash});
+}
+
 /// A record that counts as erased: if it can't be entered after all, walks pass it over.
 AssetIdData& AssetTable::MakeRecord(const Id& id, const Id& type, UInt hash) {
     const ScopedLock lock(_chunkLock);

@@ -89,6 +89,10 @@ public:
     AssetIdData* Find(const Id& id) const;
     /// The record of `id`, made with `type` if there is none. Errors: OutOfMemoryError.
     Result<AssetIdData*> Ensure(const Id& id, const Id& type);
+    /// About so many more ids will come: makes room for them at once. Throws std::bad_alloc.
+    void Expect(Int count);
+    /// Fetches into the caches what Ensure will need of the table; no other thread may work on it.
+    void Prefetch(const Id& id) const;
     /// Takes the record out of lookups; its memory stays until the end of the table, since walks may hold it.
     void Erase(AssetIdData& record);
 

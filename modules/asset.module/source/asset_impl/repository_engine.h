@@ -61,6 +61,8 @@ public:
     AssetVersionKey GetVersionKey(const AssetBase& asset);
     /// The versions of a record, loaded from the backend at first need.
     Result<AssetVersionTable> EnsureVersions(AssetIdData& record);
+    void ExpectRecords(Int count) { _table.Expect(count); }
+    void ExpectRecord(const Id& aid) const { _table.Prefetch(aid); }
     AssetIdData* FindRecord(const Id& aid) { return _table.Find(aid); }
     std::vector<std::pair<Id, Id>> ListRecords() const;
 

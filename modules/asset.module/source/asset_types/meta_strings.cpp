@@ -1,5 +1,6 @@
 #include "asset_types/meta_strings.h"
 
+#include "asset_impl/asset_metadata_impl.h"
 #include "assets/asset_repository.h"
 #include "kernel/description/description_database.h"
 #include "kernel/text/format.h"
@@ -60,10 +61,14 @@ String GetBaseText(const InternedId& key, LanguageRef language) {
     return text;
 }
 
+Bool IsOwnText(const String& text, const InternedId& key, LanguageRef language) {
+    return text.IsPopulated() && text != GetBaseText(key, language);
+}
+
 /// The asset's own text in an entry, empty if it has none.
 String GetOwnText(const DataDictionary* entry, const InternedId& key, LanguageRef language) {
     String text = GetText(entry);
-    return text.IsEmpty() || text == GetBaseText(key, language) ? String() : text;
+    return IsOwnText(text, key, language) ? text : String();
 }
 
 /// Looks in one language at a time, from the first to the last of the chain.
@@ -75,11 +80,10 @@ public:
     Result<String> Run() const {
         Bool hasTexts = false;
         for (const LanguageRef language : _chain) {
-            const Opt<DataDescriptionDefinition> definition = TRY(GetStored(language));
-            if (!definition) continue;
+            const auto stored = TRY(GetStored(language));
+            if (!stored.hasDescription) continue;
             hasTexts = true;
-            String text = GetOwnText(definition->FindEntry(_key.GetId()), _key, language);
-            if (text.IsPopulated()) return text;
+            if (IsOwnText(stored.text, _key, language)) return String(stored.text);
         }
         // An asset with texts of its own is not named after its type, even if they lack this one.
         if (hasTexts || !_type) return String();
@@ -88,9 +92,17 @@ public:
     }
 
 private:
-    Result<Opt<DataDescriptionDefinition>> GetStored(LanguageRef language) const {
+    Result<BaseAssetRepositoryInterface::StoredText> GetStored(LanguageRef language) const {
         const InternedId id = TRY(AssetInterface::GetLanguageMetaDataId(language->GetIdentifier()));
-        return MetaStrings::GetDefinition(_asset->GetMetaData(), id);
+        const AssetMetaData& metaData = _asset->GetMetaData();
+        BaseAssetRepositoryInterface::StoredText stored;
+        if (const auto* impl = dynamic_cast<const AssetMetaDataImpl*>(metaData.GetPointer()))
+            stored = TRY(impl->FindText(id, _key.GetId()));
+        if (stored.isKnown) return stored;
+        const Opt<DataDescriptionDefinition> definition = TRY(MetaStrings::GetDefinition(metaData, id));
+        stored.hasDescription = definition.has_value();
+        if (definition) stored.text = GetText(definition->FindEntry(_key.GetId()));
+        return stored;
     }
     String FindInType() const {
         for (const LanguageRef language : _chain) {

@@ -37,9 +37,11 @@ Opt<IndexedMetaDataName> CompactedIndex::ParseAnyName(std::string_view name) {
     return IndexedMetaDataName{InternedId(key.GetValue()), meaning->kind, meaning->form};
 }
 
-Opt<IndexedMetaDataName> CompactedIndex::ParseName(std::string_view name) const {
+const IndexedMetaDataName* CompactedIndex::ParseName(std::string_view name, Opt<IndexedMetaDataName>& odd) const {
     const auto known = _names.find(name);
-    return known == _names.end() ? ParseAnyName(name) : known->second;
+    if (known == _names.end()) odd = ParseAnyName(name);
+    const Opt<IndexedMetaDataName>& meaning = known == _names.end() ? odd : known->second;
+    return meaning ? &*meaning : nullptr;
 }
 
 const CompactedMetaData* CompactedIndex::FindMetaData(const InternedId& key) const {

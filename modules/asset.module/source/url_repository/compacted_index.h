@@ -26,8 +26,8 @@ public:
 
     const IndexText& GetText() const { return _text; }
     const Url& GetUrl() const { return _directory; }
-    /// What the name of a line means; nothing if it names no value that is kept on disk.
-    Opt<IndexedMetaDataName> ParseName(std::string_view name) const;
+    /// What the name of a line means; null if it names no value that is kept on disk. @param odd holds what names mean that are hardly used.
+    const IndexedMetaDataName* ParseName(std::string_view name, Opt<IndexedMetaDataName>& odd) const;
     /// The value of `key`, empty if there is none. @param record of the asset. Errors: as CompactedMetaData.
     Result<Data> FindValue(UInt record, std::string_view aid, std::string_view version, const InternedId& key) const;
     /// The values of one key, or null.

@@ -11,9 +11,15 @@ using namespace compacted;
 
 namespace {
 
-Bool IsHexDigit(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f'); }
+constexpr UChar NO_DIGIT = 0xff;
 
-UInt32 GetNibble(char c) { return c <= '9' ? UInt32(c - '0') : UInt32(c - 'a' + 10); }
+/// The value of each lower-case hexadecimal digit.
+constexpr std::array<UChar, 256> NIBBLES = [] {
+    std::array<UChar, 256> nibbles{};
+    nibbles.fill(NO_DIGIT);
+    for (std::size_t i = 0; i < 16; ++i) nibbles[UChar("0123456789abcdef"[i])] = UChar(i);
+    return nibbles;
+}();
 
 /// Cuts columns off the front of a payload whose head nobody vouches for.
 class ColumnCutter {
@@ -42,14 +48,16 @@ Opt<std::string_view> Slice(std::string_view offsets, std::string_view texts, UI
 
 }  // namespace
 
-Bool compacted::IsDigestText(std::string_view text) {
-    return text.size() == 2 * DIGEST_SIZE && std::all_of(text.begin(), text.end(), IsHexDigit);
-}
-
-std::string compacted::PackDigest(std::string_view text) {
-    std::string bytes(text.size() / 2, '\0');
-    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = char(GetNibble(text[2 * i]) << 4 | GetNibble(text[2 * i + 1]));
-    return bytes;
+Bool compacted::PackDigest(std::string_view text, Digest& digest) {
+    if (text.size() != 2 * DIGEST_SIZE) return false;
+    UChar odd = 0;
+    for (std::size_t i = 0; i < DIGEST_SIZE; ++i) {
+        const UChar high = NIBBLES[UChar(text[2 * i])];
+        const UChar low = NIBBLES[UChar(text[2 * i + 1])];
+        odd |= UChar((high | low) & 0xf0);
+        digest[i] = char(UChar(high << 4 | low));
+    }
+    return odd == 0;
 }
 
 ErrorRef CompactedMetaData::MakeError(std::string_view why) const {
@@ -156,11 +164,10 @@ Result<Opt<CompactedMetaData::RawValue>> CompactedMetaData::FindRaw(std::string_
                                                                     Float64 place) const {
     TRY(EnsureChecked());
     if (_assetCount == 0) return Opt<RawValue>();
-    std::string digest;
+    Digest digest;
     if (_hasDigests) {
-        if (!IsDigestText(version)) return Opt<RawValue>();
-        digest = PackDigest(version);
-        version = digest;
+        if (!PackDigest(version, digest)) return Opt<RawValue>();
+        version = std::string_view(digest.data(), digest.size());
     }
     const Opt<UInt> asset = TRY(FindAsset(aid, place));
     if (!asset) return Opt<RawValue>();

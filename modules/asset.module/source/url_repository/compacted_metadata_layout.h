@@ -7,6 +7,7 @@
 
 #include "kernel/base/types.h"
 
+#include <array>
 #include <bit>
 #include <cstring>
 #include <string>
@@ -39,9 +40,8 @@ inline std::string_view GetBytes(const std::vector<UInt>& numbers) {
     return {reinterpret_cast<const char*>(numbers.data()), numbers.size() * sizeof(UInt)};
 }
 
-/// Whether `text` is 64 lower-case hexadecimal digits.
-Bool IsDigestText(std::string_view text);
-/// The 32 bytes that such a text stands for.
-std::string PackDigest(std::string_view text);
+using Digest = std::array<char, DIGEST_SIZE>;
+/// The 32 bytes that 64 lower-case hexadecimal digits stand for. @return false for another text.
+Bool PackDigest(std::string_view text, Digest& digest);
 
 }  // namespace talvo::compacted

@@ -78,7 +78,8 @@ Result<void> CompactedMetaDataWriter::Write(const Url& binary, const Url& json) 
 Result<void> CompactedMetaDataWriter::WriteBinary(const Url& file) const {
     const UInt rows = _valueOffsets.size() - 1;
     Bool hasDigests = true;
-    for (UInt row = 0; row < rows && hasDigests; ++row) hasDigests = IsDigestText(GetVersion(row));
+    Digest digest;
+    for (UInt row = 0; row < rows && hasDigests; ++row) hasDigests = PackDigest(GetVersion(row), digest);
     std::string typeTexts;
     for (const Id& type : _types) {
         AppendNumber(typeTexts, UInt32(type.GetView().size()));
@@ -111,10 +112,9 @@ Result<void> CompactedMetaDataWriter::WriteBinary(const Url& file) const {
     TRY(writeNumbers(_valueOffsets));
     TRY(write(_assets));
     if (hasDigests) {
-        std::string digest;
         for (UInt row = 0; row < rows; ++row) {
-            digest = PackDigest(GetVersion(row));
-            TRY(write(digest));
+            PackDigest(GetVersion(row), digest);
+            TRY(write({digest.data(), digest.size()}));
         }
     } else {
         TRY(write(_versions));

@@ -1,7 +1,9 @@
 #include "url_repository/compaction.h"
 
 #include "asset_types/asset_description_impl.h"
+#include "kernel/app/log.h"
 #include "kernel/base/hashing.h"
+#include "kernel/io/directory_tree.h"
 #include "kernel/text/casing.h"
 #include "kernel/thread/job.h"
 #include "url_repository/asset_info.h"
@@ -19,6 +21,8 @@ constexpr const char* MODIFIED_NAME = "modified.dat";
 constexpr const char* TREE_NAME = "index.dat";
 /// How often a compaction begins again because of changes before it gives up.
 constexpr int COMPACTION_TRIES = 5;
+/// How much of the work is the reading of what goes into it.
+constexpr Float64 SHARE_OF_READING = 0.6;
 
 Result<void> CheckGoesOn() {
     return Job::IsCurrentCancelled() ? Result<void>(OperationCancelledError::Create()) : Result<void>(OK);
@@ -30,19 +34,22 @@ Result<void> UrlAssetRepositoryImpl::Compact() { return Compact(0, UInt(-1)); }
 
 Result<void> UrlAssetRepositoryImpl::Compact(UInt first, UInt last) {
     return CatchOutOfMemory([&]() -> Result<void> {
-        if (!IsWritable()) return IllegalStateError::Create(FormatMessage("Repository @ isn't writable", GetId()));
-        Result<void> done = IllegalStateError::Create(
-            FormatMessage("@ is being changed all the time. Write its index when less is going on.", GetRoot()));
         for (int i = 0; i < COMPACTION_TRIES; ++i) {
-            Result<Bool> written = Compaction(*this, {first, last}).Run();
-            if (written.IsOk() && !written.GetValue()) continue;
-            done = written.IsOk() ? Result<void>(OK) : Result<void>(written.GetError());
-            break;
+            const Bool written = TRY(CompactOnce(first, last, [](Float64) -> Result<void> { return OK; }));
+            if (written) return OK;
         }
-        if (done.IsError()) RemoveIndex().Ignore("the error at hand tells more");
-        HandleBaseChanged(GetSelf(), false);
-        return done;
+        return IllegalStateError::Create(
+            FormatMessage("@ is being changed all the time. Write its index when less is going on.", GetRoot()));
     });
+}
+
+Result<Bool> UrlAssetRepositoryImpl::CompactOnce(UInt first, UInt last, FunctionRef<Result<void>(Float64)> progress) {
+    if (!IsWritable()) return IllegalStateError::Create(FormatMessage("Repository @ isn't writable", GetId()));
+    Result<Bool> written = CatchOutOfMemory([&] { return Compaction(*this, {first, last}, progress).Run(); });
+    // An older one may not tell what this one could not.
+    if (written.IsError()) RemoveIndex(IndexDirectory::REMOVE::VISIBLE).Ignore("the error at hand tells more");
+    HandleBaseChanged(GetSelf(), false);
+    return written;
 }
 
 Result<Bool> UrlAssetRepositoryImpl::Compaction::Run() {
@@ -63,8 +70,9 @@ Result<Bool> UrlAssetRepositoryImpl::Compaction::RunIn(const Url& work) {
     _memoryIsTrue = IsMemoryTrue();
     _writer.emplace(TRY(IndexWriter::Create(work)));
     const std::vector<Item> items = TRY(ListItems());
-    for (const Item& item : items) {
-        const Bool goOn = TRY(WriteItem(item));
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        if (i % 256 == 0) TRY(_progress(SHARE_OF_READING * Float64(i) / Float64(items.size())));
+        const Bool goOn = TRY(WriteItem(items[i]));
         if (!goOn) return false;
     }
     std::vector<std::string> names = TRY(_writer->Finish(GetFinalRange()));
@@ -83,6 +91,7 @@ Result<Bool> UrlAssetRepositoryImpl::Compaction::RunIn(const Url& work) {
         _repository._hasIndex.store(true, std::memory_order_release);
     }
     _repository.NoteChange();
+    TRY(_progress(SHARE_OF_READING + (1 - SHARE_OF_READING) / 2));
     TRY(WriteTree(work));
     return true;
 }
@@ -133,6 +142,8 @@ Result<std::vector<UrlAssetRepositoryImpl::Compaction::Item>> UrlAssetRepository
 
 Result<Bool> UrlAssetRepositoryImpl::Compaction::WriteItem(const Item& item) {
     TRY(CheckGoesOn());
+    // Whatever comes out of this is void already.
+    if (_repository._indexDirectory.GetChangeStamp() != _start.stamp) return false;
     std::vector<Version> versions;
     const auto add = [&](const AssetVersionKey& key, const AssetDescription& description, const Data& vdata) -> Result<Bool> {
         if (!description || !_range.Contains(key.counter)) return true;
@@ -232,12 +243,16 @@ Result<void> UrlAssetRepositoryImpl::Compaction::WriteTree(const Url& work) {
     const Url& root = _repository.GetRoot();
     const std::size_t rootLength = root.GetPath().size() + 1;
     const auto isKept = [&](const Url& url) -> Bool {
-        if (IsHiddenName(url.GetName()))
-            return String(url.GetName()).ToLower().GetView() != ".ds_store" && !IsWorkName(url.GetName());
+        if (String(url.GetName()).ToLower().GetView() == ".ds_store") return false;
         return !std::binary_search(_skipped.begin(), _skipped.end(), GetStoredHash64(url.GetPath().substr(rootLength)));
     };
-    (void)isKept;
-    return OK;
+    const Result<void> written = FileUtilities::WriteDirectoryTree(root, work + TREE_NAME, isKept);
+    if (written.IsError() && UnsupportedArgumentError::IsClassOf(written.GetError())) {
+        // Payloads may be as deep as they like; then only those who copy the repository from afar have no listing.
+        Log(LOG_LEVEL::WARNING, "@ gets no listing of its tree: @", root, written.GetError()->GetMessage());
+        return OK;
+    }
+    if (written.IsError()) return written;
     const RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_repository._lock));
     TRY(_repository._indexDirectory.PublishBeside(work, TREE_NAME, _modified));
     return OK;

@@ -14,7 +14,8 @@ namespace talvo {
 class UrlAssetRepositoryImpl::Compaction {
 public:
     /// @param range of the versions that are told; its end is lowered to the highest number there is.
-    Compaction(UrlAssetRepositoryImpl& repository, IndexRange range) : _repository(repository), _range(range) {}
+    Compaction(UrlAssetRepositoryImpl& repository, IndexRange range, FunctionRef<Result<void>(Float64)> progress)
+        : _repository(repository), _range(range), _progress(progress) {}
     /// @return false if an asset was changed meanwhile. Errors: as Compact.
     Result<Bool> Run();
 
@@ -43,6 +44,7 @@ private:
 
     UrlAssetRepositoryImpl& _repository;
     const IndexRange _range;
+    const FunctionRef<Result<void>(Float64)> _progress;
     IndexDirectory::Start _start;
     Bool _memoryIsTrue = false;
     Opt<IndexWriter> _writer;

@@ -321,18 +321,16 @@ Result<void> IndexDirectory::PublishBeside(const Url& work, const char* name, co
     return SyncNames(index);
 }
 
-Result<Bool> IndexDirectory::Delete() {
+Result<void> IndexDirectory::Remove(REMOVE what) {
     auto state = _state.Write();
-    Bool wasThere = false;
-    for (const Url& directory : {GetIndexUrl(), GetDroppedUrl()}) {
+    std::vector<Url> victims = {GetIndexUrl()};
+    if (what == REMOVE::DROPPED_TOO) victims.push_back(GetDroppedUrl());
+    for (const Url& directory : victims) {
         if (!IsDirectory(directory)) continue;
         const Url hidden = TRY(HideDirectory(directory));
         DeleteHidden(_root, hidden);
-        wasThere = wasThere || directory == GetIndexUrl();
     }
-    state->journal = Url();
-    state->noted = {};
-    return wasThere;
+    return OK;
 }
 
 }  // namespace talvo

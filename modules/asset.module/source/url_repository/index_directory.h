@@ -84,8 +84,10 @@ public:
     Result<void> Publish(const Url& work, const std::vector<std::string>& names);
     /// Places a further file, unless the index is another one by now than that whose `modified.dat` says this.
     Result<void> PublishBeside(const Url& work, const char* name, const std::string& modified);
-    /// Takes `_index` and a dropped one away for good. @return whether there was an `_index`.
-    Result<Bool> Delete();
+    /// What is taken away.
+    enum class REMOVE { VISIBLE, DROPPED_TOO };
+    /// Takes `_index` away for good.
+    Result<void> Remove(REMOVE what);
 
 private:
     struct Journal {

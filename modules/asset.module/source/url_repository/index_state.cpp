@@ -3,27 +3,50 @@
 
 namespace talvo {
 
-Int32 UrlAssetRepositoryImpl::GetIndexState() const { return _hasIndex.load(std::memory_order_acquire) ? 3 : 0; }
+namespace {
 
-Result<void> UrlAssetRepositoryImpl::RemoveIndex() {
+constexpr Float COMPACT_DELAY_SECONDS = 10.0;
+
+}  // namespace
+
+Int32 UrlAssetRepositoryImpl::GetIndexState() const {
+    if (_hasIndex.load(std::memory_order_acquire)) return 3;
+    if (_background.IsRunning()) return 2;
+    return _background.IsPending() ? 1 : 0;
+}
+
+Result<void> UrlAssetRepositoryImpl::RemoveIndex(IndexDirectory::REMOVE what) {
     _hasIndex.store(false, std::memory_order_release);
     if (!IsWritable()) return OK;
     const RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_lock));
-    TRY(_indexDirectory.Delete());
-    return OK;
+    return _indexDirectory.Remove(what);
 }
 
 Result<void> UrlAssetRepositoryImpl::DeleteIndexFiles() {
     return CatchOutOfMemory([&]() -> Result<void> {
+        _background.CancelAndWait();
         const Bool hadIndex = _hasIndex.load(std::memory_order_acquire);
-        TRY(RemoveIndex());
+        TRY(RemoveIndex(IndexDirectory::REMOVE::DROPPED_TOO));
         if (hadIndex) HandleBaseChanged(GetSelf(), false);
         return OK;
     });
 }
 
-void UrlAssetRepositoryImpl::HandleContentChanged() { _hasIndex.store(false, std::memory_order_release); }
+// The index was dropped before the change; here is only told that another one follows.
+void UrlAssetRepositoryImpl::HandleContentChanged() {
+    const Int32 state = GetIndexState();
+    _hasIndex.store(false, std::memory_order_release);
+    if (state != 0) CompactInBackground(COMPACT_DELAY_SECONDS, nullptr).Ignore("an index is a cache");
+}
 
-Result<void> UrlAssetRepositoryImpl::CompactInBackground(Float, const BackgroundEntryRef&) { return OK; }
+Result<void> UrlAssetRepositoryImpl::CompactInBackground(Float delay, const BackgroundEntryRef& backgroundJob) {
+    return CatchOutOfMemory([&]() -> Result<void> {
+        if (!IsWritable()) return IllegalStateError::Create(FormatMessage("Repository @ isn't writable", GetId()));
+        if (!(delay > 0)) return _background.StartNow(backgroundJob);
+        TRY(_background.StartLater(delay, backgroundJob));
+        HandleBaseChanged(GetSelf(), false);
+        return OK;
+    });
+}
 
 }  // namespace talvo

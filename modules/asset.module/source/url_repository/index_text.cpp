@@ -222,8 +222,8 @@ Bool IndexText::ReadVersion(UInt& position, Version& version) const {
     version.versionId = ReadLine(position).substr(1);
     version.payload = ReadLine(position).substr(2);
     version.metaData = position;
-    std::string_view name;
-    while (ReadMetaDataName(position, name)) {}
+    version.metaDataCount = 0;
+    for (std::string_view name; ReadMetaDataName(position, name);) ++version.metaDataCount;
     return true;
 }
 

@@ -44,6 +44,7 @@ public:
         UInt number = 0;
         std::string_view versionId;
         std::string_view payload;  ///< empty for a deletion mark
+        Int metaDataCount = 0;     ///< how many names of metadata there are
         UInt metaData = 0;         ///< position of the first name of its metadata, or of what follows
     };
 

@@ -45,6 +45,8 @@ namespace {
 
 /// Fewer are read sooner than a thread is made.
 constexpr Int ASSETS_OF_A_THREAD = 512;
+/// Assets of an index that are announced together.
+constexpr std::size_t RECORDS_OF_A_BATCH = 64;
 /// How often an index that went away while it was read is looked for again.
 constexpr int INDEX_TRIES = 5;
 
@@ -119,25 +121,42 @@ Result<void> UrlAssetRepositoryImpl::OpenIndex() {
     }
 }
 
+// The table of ids is larger than the caches, so each batch is announced before it is entered.
 Result<void> UrlAssetRepositoryImpl::LoadIdsOfIndex(UInt32 number, TypeIds& types, AssetIdReceiver receiver) {
+    struct Told {
+        Id id;
+        Id type;
+        UInt32 record;
+    };
     const IndexText& text = _index->Get(number).GetText();
     const HashSet<std::string>& changed = _index->GetSource().changed;
+    const auto count = UInt32(text.GetRecordCount());
+    TRY(ExpectRecords(Int(count)));
+    std::vector<Told> batch;
+    batch.reserve(RECORDS_OF_A_BATCH);
     Id type;
     std::string_view typeText;
-    for (UInt32 i = 0; i < text.GetRecordCount(); ++i) {
-        if ((i & 0xfff) == 0 && Job::IsCurrentCancelled()) return OperationCancelledError::Create();
-        const IndexText::Record record = text.GetRecord(i);
-        if (changed.GetCount() != 0 && changed.Contains(std::string(record.directory))) continue;
-        if (i == 0 || record.type != typeText) {
-            typeText = record.type;
-            type = TRY(types.Get(typeText));
+    for (UInt32 next = 0; next < count;) {
+        if (Job::IsCurrentCancelled()) return OperationCancelledError::Create();
+        batch.clear();
+        for (; next < count && batch.size() < RECORDS_OF_A_BATCH; ++next) {
+            const IndexText::Record record = text.GetRecord(next);
+            if (changed.GetCount() != 0 && changed.Contains(std::string(record.directory))) continue;
+            if (next == 0 || record.type != typeText) {
+                typeText = record.type;
+                type = TRY(types.Get(typeText));
+            }
+            const Id aid = TRY(Id::Create(record.id));
+            ExpectRecord(aid);
+            batch.push_back({aid, type, next});
         }
-        const Id aid = TRY(Id::Create(record.id));
-        Data* adata = TRY(receiver(aid, type));
-        if (adata->IsEmpty()) {
-            *adata = Data(IndexedAssetData{number, i});
-        } else {
-            TRY(_index->AddPlace(aid, {number, i}));
+        for (const Told& told : batch) {
+            Data* adata = TRY(receiver(told.id, told.type));
+            if (adata->IsEmpty()) {
+                *adata = Data(IndexedAssetData{number, told.record});
+            } else {
+                TRY(_index->AddPlace(told.id, {number, told.record}));
+            }
         }
     }
     return OK;

@@ -70,7 +70,7 @@ Result<void> UrlAssetRepositoryImpl::LoadTreeVersions(const Id& aid, const Id& t
     for (const VersionDirectory& version : versions) {
         const UInt number = version.meaning.number;
         if (last == number || std::find(known.begin(), known.end(), number) != known.end()) continue;
-        const Opt<LoadedVersion> loaded = TRY(LoadVersion(aid, directory, version));
+        Opt<LoadedVersion> loaded = TRY(LoadVersion(aid, directory, version));
         if (!loaded) continue;
         last = number;
         _counter.Raise(*last);
@@ -103,7 +103,7 @@ Result<Bool> UrlAssetRepositoryImpl::LoadIndexedVersions(const Id& aid, const Id
     for (; index.GetText().ReadVersion(position, version); begin = position) {
         if (std::find(numbers.begin(), numbers.end(), version.number) != numbers.end()) continue;
         const Data vdata(IndexedVersionData{place.index, place.record, begin});
-        const Opt<LoadedVersion> loaded = TRY(LoadIndexedVersion(aid, index, version, vdata));
+        Opt<LoadedVersion> loaded = TRY(LoadIndexedVersion(aid, index, version, vdata));
         if (!loaded) continue;
         numbers.push_back(version.number);
         const Bool goOn = TRY(DeliverVersion(vdata, aid, type, *loaded, receiver));
@@ -123,9 +123,11 @@ Result<Opt<UrlAssetRepositoryImpl::LoadedVersion>> UrlAssetRepositoryImpl::LoadI
     if (version.payload.empty() != loaded.deleted) return Opt<LoadedVersion>();
     loaded.key = {0, version.number, GetId().GetWord()};
     const InternedId time(ASSETMETADATA::TIMESTAMP);
+    TRY(loaded.metaData.EnsureCapacity(version.metaDataCount));
     std::string_view name;
+    Opt<IndexedMetaDataName> odd;
     for (UInt position = version.metaData; index.GetText().ReadMetaDataName(position, name);) {
-        const Opt<IndexedMetaDataName> meaning = index.ParseName(name);
+        const IndexedMetaDataName* meaning = index.ParseName(name, odd);
         if (!meaning || loaded.metaData.Contains(meaning->key)) continue;
         AssetMetaDataEntry entry{Data(), meaning->kind, false, 1};
         if (meaning->form == MetaDataFileName::FORM::FILE) {
@@ -231,13 +233,13 @@ Result<void> UrlAssetRepositoryImpl::LoadTime(LoadedVersion& loaded) {
 }
 
 // The url is left to be found at need: few versions are ever opened.
-Result<Bool> UrlAssetRepositoryImpl::DeliverVersion(const Data& vdata, const Id& aid, const Id& type, const LoadedVersion& loaded,
+Result<Bool> UrlAssetRepositoryImpl::DeliverVersion(const Data& vdata, const Id& aid, const Id& type, LoadedVersion& loaded,
                                                     AssetVersionReceiver receiver) {
     AssetDescription::Parts parts;
     parts.type = type;
     parts.identity = {aid, loaded.versionId};
     parts.key = loaded.key;
-    parts.metaData = TRY(AssetMetaData::Create(GetSelf(), type, parts.identity, vdata, loaded.metaData));
+    parts.metaData = TRY(AssetMetaData::Create(GetSelf(), type, parts.identity, vdata, std::move(loaded.metaData)));
     parts.deleted = loaded.deleted;
     const AssetDescription description = TRY(AssetDescription::Create(GetSelf(), std::move(parts)));
     return receiver(loaded.key, description, vdata);

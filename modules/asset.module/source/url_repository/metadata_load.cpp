@@ -1,11 +1,24 @@
 // Where a metadata value lies, and reading it.
 #include "asset_scheme/url_parts.h"
+#include "kernel/data/document_binary.h"
+#include "kernel/description/description.h"
 #include "url_repository/loaded_index.h"
 #include "url_repository/metadata_document.h"
 #include "url_repository/tree_access.h"
 #include "url_repository/url_asset_repository.h"
 
 namespace talvo {
+
+namespace {
+
+/// The text of one attribute of an entry, as it stands in a stored description; empty if there is none.
+std::string_view GetEntryText(const BinaryValueView& entry, const Id& attribute) {
+    const Opt<BinaryValueView> data = entry.FindMember(attribute.GetView());
+    const Opt<BinaryValueView> value = data ? data->FindMember("value") : std::nullopt;
+    return value ? value->GetText().value_or(std::string_view()) : std::string_view();
+}
+
+}  // namespace
 
 namespace {
 
@@ -76,6 +89,29 @@ Result<Data> UrlAssetRepositoryImpl::ReadValue(const Data& vdata, const Interned
     const Url versionDirectory = TRY(GetVersionUrl(vdata));
     const Opt<Url> directory = FindMetaDataDirectory(versionDirectory, kind);
     return directory ? ReadMetaDataDocument(*directory, metaId, kind) : Result<Data>(Data());
+}
+
+// Names are read by the hundred thousand, to be shown and sorted: making the whole description of each would take most of that time.
+Result<BaseAssetRepositoryInterface::StoredText> UrlAssetRepositoryImpl::FindTextImpl(const Data& vdata, const InternedId& metaId,
+                                                                                      const Id& key) {
+    StoredText stored;
+    const IndexedVersionData* place = vdata.GetPtr<IndexedVersionData>();
+    const CompactedMetaData* values = place ? _index->Get(place->index).FindMetaData(metaId) : nullptr;
+    if (!values) return stored;
+    const CompactedIndex& index = _index->Get(place->index);
+    const std::string_view aid = index.GetText().GetRecord(place->record).id;
+    const std::string_view version = index.GetText().GetVersion(place->position).versionId;
+    const auto raw = TRY(values->FindRaw(aid, version, index.GetPlace(place->record)));
+    if (!raw || *raw->typeId != GetDataType<DataDescriptionDefinition>()->id) return stored;
+    const Opt<BinaryValueView> entries = BinaryValueView(raw->bytes).FindMember("entries");
+    if (!entries) return stored;
+    stored = {true, true, String()};
+    entries->ForEachElement([&](const BinaryValueView& entry) {
+        if (GetEntryText(entry, DESCRIPTION::IDENTIFIER) != key.GetView()) return true;
+        stored.text = String(GetEntryText(entry, DESCRIPTION::TRANSLATEDSTRING));
+        return false;
+    });
+    return stored;
 }
 
 Result<Data> UrlAssetRepositoryImpl::LoadMetaDataImpl(const Data& vdata, const InternedId& metaId, ASSET_METADATA_KIND kind) {

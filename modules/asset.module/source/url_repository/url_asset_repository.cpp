@@ -27,7 +27,8 @@ UrlAssetRepositoryImpl::UrlAssetRepositoryImpl(Places places, ACCESS access)
       _counter(_places.root, _lock, _indexDirectory),
       _derivedNames(IsOwnTree(_places.derived) ? _places.derived : Url()),
       _userNames(IsOwnTree(_places.user) ? _places.user : Url()),
-      _index(std::make_unique<LoadedIndex>()) {}
+      _index(std::make_unique<LoadedIndex>()),
+      _background(*this) {}
 
 UrlAssetRepositoryImpl::~UrlAssetRepositoryImpl() = default;
 

@@ -4,6 +4,7 @@
 #include "asset_impl/metadata_kinds.h"
 #include "baseassetrepository.h"
 #include "url_repository/asset_info.h"
+#include "url_repository/background_compaction.h"
 #include "url_repository/index_directory.h"
 #include "url_repository/repository_lock.h"
 #include "url_repository/side_tree_names.h"
@@ -70,6 +71,7 @@ public:
     Result<void> PublishVersionImpl(AssetStoreResult& stored) override;
     void DiscardVersionImpl(const AssetStoreResult& stored) override;
     Result<Url> GetUrlImpl(const Data& vdata) override;
+    Result<StoredText> FindTextImpl(const Data& vdata, const InternedId& metaId, const Id& key) override;
     Result<void> EraseImpl(const AssetDescription& asset, const Data& vdata) override;
     Result<Bool> HandleAssetErasedCompletely(const Id& aid, const Data& adata) override;
     Result<Data> LoadMetaDataImpl(const Data& vdata, const InternedId& metaId, ASSET_METADATA_KIND kind) override;
@@ -105,7 +107,7 @@ private:
     Result<Opt<LoadedVersion>> LoadIndexedVersion(const Id& aid, const CompactedIndex& index, const IndexText::Version& version,
                                                   const Data& vdata);
     Result<void> AddSideMetaData(const Id& aid, const Data& vdata, LoadedVersion& loaded);
-    Result<Bool> DeliverVersion(const Data& vdata, const Id& aid, const Id& type, const LoadedVersion& loaded,
+    Result<Bool> DeliverVersion(const Data& vdata, const Id& aid, const Id& type, LoadedVersion& loaded,
                                 AssetVersionReceiver receiver);
     /// Name of an asset's directory. Errors: IllegalArgumentError if `adata` is none of this backend's.
     Result<Id> GetAssetDirectory(const Data& adata) const;
@@ -115,7 +117,11 @@ private:
 
     // Index
     class Compaction;
-    Result<void> RemoveIndex();
+    friend BackgroundCompaction;
+    /// One try. @param progress is told how far it is, from 0 to 1; its error ends the work.
+    /// @return false if an asset was changed meanwhile; the index then is as it was.
+    Result<Bool> CompactOnce(UInt first, UInt last, FunctionRef<Result<void>(Float64)> progress);
+    Result<void> RemoveIndex(IndexDirectory::REMOVE what);
 
     // Storing
     struct Staging;
@@ -164,6 +170,7 @@ private:
     };
     KnownGeneration _knownGeneration;
     std::atomic<Bool> _hasIndex{false};
+    BackgroundCompaction _background;  // self-synchronised
     std::atomic<Bool> _changedSinceSync{false};
     Guarded<String, Spinlock> _repositoryName;
     /// Names of asset directories that were made just now: the first look for versions, which follows at once, needs no listing.
