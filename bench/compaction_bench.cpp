@@ -102,7 +102,7 @@ std::vector<Row> CompactLoaded(const Setting& setting) {
         SyncBare(setting.scratch);
         return MeasureProgram({"dd", "if=" + bytes, "of=" + setting.At("written"), "bs=1M", "conv=fsync", "status=none"});
     };
-    const Comparison comparison = Compare(setting.runs, ours, peer);
+    const Comparison comparison = Compare((setting.runs + 1) / 2, ours, peer);
     const std::vector<Float64> stores = StoreDuringCompaction(setting, library, comparison.ours.wall);
     return {{"compaction of " + std::to_string(count) + " loaded versions, synced; dd conv=fsync of the same " +
                  std::to_string(size >> 20) + " MiB",

@@ -18,7 +18,7 @@ namespace talvo::bench {
 namespace {
 
 constexpr const char* USAGE =
-    "talvo_bench [--quick] [--runs N] [--scratch FOLDER] --program TALVO [NAME...]   runs benchmarks\n"
+    "talvo_bench [--quick] [--runs N] [--scratch FOLDER] [--libraries FOLDER] --program TALVO [NAME...]   runs benchmarks\n"
     "talvo_bench --list                                                             tells their names\n"
     "talvo_bench --make-tree FOLDER COUNT            writes a repository of COUNT assets\n"
     "talvo_bench --make-files FOLDER COUNT MIN MAX   writes COUNT files of MIN to MAX bytes\n"
@@ -61,7 +61,8 @@ Bool RunOne(const Benchmark& benchmark, const Setting& setting) {
 
 int RunAll(const std::vector<std::string>& names, Setting setting) {
     if (setting.quick) setting.runs = 1;
-    setting.kept = setting.scratch + ".kept";
+    const Bool keeps = !setting.kept.empty();
+    if (!keeps) setting.kept = setting.scratch + ".kept";
     std::filesystem::create_directories(setting.kept);
     const std::vector<const Benchmark*> chosen = Choose(names);
     std::fputs(MakeTableHead().c_str(), stdout);
@@ -70,7 +71,7 @@ int RunAll(const std::vector<std::string>& names, Setting setting) {
         std::fflush(stdout);
         allRan = RunOne(*benchmark, setting) && allRan;
     }
-    std::filesystem::remove_all(setting.kept);
+    if (!keeps) std::filesystem::remove_all(setting.kept);
     return allRan ? 0 : 1;
 }
 
@@ -100,6 +101,8 @@ int Main(const std::vector<std::string>& words) {
             setting.runs = std::stoll(at(++i));
         } else if (word == "--scratch") {
             setting.scratch = at(++i) + "/talvo-bench." + std::to_string(getpid());
+        } else if (word == "--libraries") {
+            setting.kept = at(++i);
         } else if (word == "--program") {
             setting.program = at(++i);
         } else {

@@ -27,7 +27,7 @@ struct Setting {
     std::string program;  ///< `talvo`
     std::string self;     ///< this program
     std::string scratch;  ///< folder that is emptied before each benchmark
-    std::string kept;     ///< folder for what several benchmarks use
+    std::string kept;     ///< folder of what several benchmarks use; empty: one that goes with the run
 
     /// The size for this setting.
     Int Choose(Int full, Int small) const { return quick ? small : full; }
