@@ -230,13 +230,21 @@ Result<DocumentValue> ReadBinaryValue(std::string_view bytes) {
 
 namespace {
 
+UInt32 ReadLength(std::string_view bytes) {
+    UInt32 length = 0;
+    for (std::size_t i = 0; i < sizeof(length); ++i) length |= UInt32(UChar(bytes[i])) << (8 * i);
+    return length;
+}
+
 /// The bytes behind a length in 4 bytes; nothing if they aren't there.
 Opt<std::string_view> TakeBytes(std::string_view& rest) {
-    ByteReader reader(rest);
-    const Result<std::string_view> bytes = reader.ReadBytes();
-    if (bytes.IsError()) return std::nullopt;
-    rest.remove_prefix(rest.size() - reader.GetRest());
-    return bytes.GetValue();
+    if (rest.size() < sizeof(UInt32)) return std::nullopt;
+    const UInt32 length = ReadLength(rest);
+    rest.remove_prefix(sizeof(length));
+    if (length > rest.size()) return std::nullopt;
+    const std::string_view bytes = rest.substr(0, length);
+    rest.remove_prefix(length);
+    return bytes;
 }
 
 }  // namespace
@@ -274,7 +282,7 @@ std::size_t BinaryValueView::MeasureValue(std::string_view bytes, Int depth) {
 std::string_view BinaryValueView::EnterList(char tag, UInt32& count) const {
     count = 0;
     if (_bytes.size() < 1 + sizeof(count) || _bytes[0] != tag) return {};
-    for (std::size_t i = 0; i < sizeof(count); ++i) count |= UInt32(UChar(_bytes[1 + i])) << (8 * i);
+    count = ReadLength(_bytes.substr(1));
     return _bytes.substr(1 + sizeof(count));
 }
 

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <utility>
 #include <vector>
 
@@ -37,28 +38,42 @@ String GetText(const DataDictionary* entry) {
     return entry ? entry->Get<String>(DESCRIPTION::TRANSLATEDSTRING).value_or(String()) : String();
 }
 
+/// A text that every asset has, or that there was none to be had just then.
+struct BaseText {
+    String text;
+    Opt<std::chrono::steady_clock::time_point> missing;  // when it was looked for in vain
+};
 /// By language and key.
-using BaseTexts = HashMap<std::pair<Id, Id>, String>;
+using BaseTexts = HashMap<std::pair<Id, Id>, BaseText>;
+/// Names are read by the hundred thousand: what isn't there is not looked for at each.
+constexpr std::chrono::milliseconds LOOK_AGAIN{500};
 
 Guarded<BaseTexts, ARWLock>& GetKnownBaseTexts() {
     static auto& known = *new Guarded<BaseTexts, ARWLock>;
     return known;
 }
 
-/// The text that every asset has under `key` as long as nobody gave it one of its own. Kept until the module stops once it could be loaded.
+/// The text that every asset has under `key` as long as nobody gave it one of its own. Kept until the module stops once it could be loaded; one that
+/// could not is tried again after a moment.
 String GetBaseText(const InternedId& key, LanguageRef language) {
     auto& known = GetKnownBaseTexts();
     const std::pair<Id, Id> place(language->GetIdentifier(), key.GetId());
     {
         const auto texts = known.Read();
-        if (const String* text = texts->Find(place)) return *text;
+        const BaseText* found = texts->Find(place);
+        const Bool isTrue = found && (!found->missing || std::chrono::steady_clock::now() - *found->missing < LOOK_AGAIN);
+        if (isTrue) return found->text;
     }
     const Result<DataDescription> base = DataDescriptionDatabase::LoadDescription(STRINGS, language, DESCRIPTION::BASE);
-    if (base.IsError()) return String();
-    String text = GetText(base.GetValue().FindEntry(key.GetId()));
+    BaseText loaded;
+    if (base.IsError()) {
+        loaded.missing = std::chrono::steady_clock::now();
+    } else {
+        loaded.text = GetText(base.GetValue().FindEntry(key.GetId()));
+    }
     const auto texts = known.Write();
-    texts->Insert(place, text).Ignore("a text that can't be kept is loaded again");
-    return text;
+    texts->Insert(place, loaded).Ignore("a text that can't be kept is loaded again");
+    return loaded.text;
 }
 
 Bool IsOwnText(const String& text, const InternedId& key, LanguageRef language) {

@@ -5,15 +5,21 @@
 
 namespace talvo {
 
-Result<StrongRef<CompactedIndex>> CompactedIndex::Open(const Url& directory, const IndexRange& range) {
+Result<StrongRef<CompactedIndex>> CompactedIndex::OpenFiles(const Url& directory, const IndexRange& range) {
     return CatchOutOfMemory([&]() -> Result<StrongRef<CompactedIndex>> {
-        StrongRef<CompactedIndex> index(new CompactedIndex(directory));
-        TRY(index->Read(range));
+        StrongRef<CompactedIndex> index(new CompactedIndex(directory, range));
+        TRY(index->OpenAll());
         return index;
     });
 }
 
-Result<void> CompactedIndex::Read(const IndexRange& range) {
+Result<StrongRef<CompactedIndex>> CompactedIndex::Open(const Url& directory, const IndexRange& range) {
+    StrongRef<CompactedIndex> index = TRY(OpenFiles(directory, range));
+    TRY(index->Check([](UInt, UInt, UInt) -> Result<void> { return OK; }));
+    return index;
+}
+
+Result<void> CompactedIndex::OpenAll() {
     const BaseArray<IoEntry> entries = TRY(BrowseTree(_directory));
     for (const IoEntry& entry : entries) {
         if (entry.kind != IO_DETECT::FILE || entry.name == "index") continue;
@@ -21,12 +27,17 @@ Result<void> CompactedIndex::Read(const IndexRange& range) {
         StrongRef<CompactedMetaData> values = TRY(CompactedMetaData::Open(_directory + entry.name));
         _metaData.emplace_back(InternedId(key), std::move(values));
     }
-    const Url text = _directory + "index";
-    _file = TRY(MappedFile::Open(text));
-    TRY(_text.Open(_file->GetBytes(), range, text));
-    _names.reserve(_text.GetMetaDataNames().size());
-    for (const std::string_view name : _text.GetMetaDataNames()) _names.emplace(name, ParseAnyName(name));
+    _file = TRY(MappedFile::Open(_directory + "index"));
     return OK;
+}
+
+Result<void> CompactedIndex::Check(IndexText::Taker taker) {
+    return CatchOutOfMemory([&]() -> Result<void> {
+        TRY(_text.Open(_file->GetBytes(), _range, _directory + "index", taker));
+        _names.reserve(_text.GetMetaDataNames().size());
+        for (const std::string_view name : _text.GetMetaDataNames()) _names.emplace(name, ParseAnyName(name));
+        return OK;
+    });
 }
 
 Opt<IndexedMetaDataName> CompactedIndex::ParseAnyName(std::string_view name) {

@@ -18,10 +18,14 @@ struct IndexedMetaDataName {
     MetaDataFileName::FORM form = MetaDataFileName::FORM::DOCUMENT;
 };
 
-/// Threads: any; it never changes once it is open.
+/// Threads: any; it never changes once it is checked.
 class CompactedIndex final : public ObjectInterface {
 public:
-    /// Errors: IoError; FileFormatError that names the file.
+    /// Opens its files and looks at their heads. Nothing is asked of it before Check. Errors: IoError; FileFormatError that names the file.
+    static Result<StrongRef<CompactedIndex>> OpenFiles(const Url& directory, const IndexRange& range);
+    /// Checks the text, once. Errors: as IndexText::Open.
+    Result<void> Check(IndexText::Taker taker);
+    /// Both of it. Errors: as both.
     static Result<StrongRef<CompactedIndex>> Open(const Url& directory, const IndexRange& range);
 
     const IndexText& GetText() const { return _text; }
@@ -37,11 +41,12 @@ public:
 
 private:
     friend StrongRef<CompactedIndex>;
-    explicit CompactedIndex(Url directory) : _directory(std::move(directory)) {}
-    Result<void> Read(const IndexRange& range);
+    CompactedIndex(Url directory, const IndexRange& range) : _directory(std::move(directory)), _range(range) {}
+    Result<void> OpenAll();
     static Opt<IndexedMetaDataName> ParseAnyName(std::string_view name);
 
     const Url _directory;
+    const IndexRange _range;
     StrongRef<MappedFile> _file;
     IndexText _text;
     absl::flat_hash_map<std::string_view, Opt<IndexedMetaDataName>> _names;

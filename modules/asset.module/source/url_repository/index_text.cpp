@@ -3,9 +3,11 @@
 #include "kernel/base/id.h"
 #include "kernel/text/format.h"
 #include "kernel/text/message_text.h"
+#include "kernel/thread/side_by_side.h"
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <charconv>
 #include <cstring>
 #include <unordered_set>
@@ -16,6 +18,12 @@ namespace {
 
 constexpr std::size_t LONGEST_NAME = 4096;
 constexpr std::size_t MOST_NAMES = 4096;
+/// Three lines with an id of one byte.
+constexpr std::size_t SHORTEST_RECORD = 5;
+/// Records that change threads together.
+constexpr UInt BATCH = 1024;
+/// A shorter text is done sooner than a thread is made.
+constexpr std::size_t WORTH_A_THREAD = std::size_t(1) << 20;
 
 Opt<UInt> ParseNumber(std::string_view digits) {
     UInt number = 0;
@@ -78,7 +86,8 @@ class IndexText::Checker {
 public:
     Checker(IndexText& index, const IndexRange& range, const Url& file) : _index(index), _range(range), _file(file) {}
 
-    Result<void> Run() {
+    /// @param ready is told the number of records that may be taken.
+    Result<void> Run(FunctionRef<Bool(UInt records)> ready) {
         const std::string_view text = _index._text;
         while (_position < text.size()) {
             const UInt begin = _position;
@@ -87,7 +96,8 @@ public:
             TRY(PassRecord(tabs));
             const Tally tally = CountBytes(text.substr(begin, _position - begin));
             if (tally.isOdd || tally.tabs != tabs) TRY(CheckRecord(begin, line));
-            _index._records.push_back(begin);
+            _index.AddRecord(begin);
+            if (_index._recordCount % BATCH == 0 && !ready(_index._recordCount)) return OK;
         }
         return OK;
     }
@@ -185,7 +195,38 @@ private:
     std::unordered_set<std::string_view> _namesMet;
 };
 
+/// How far the thread that checks is ahead of the one that takes.
+class Progress {
+public:
+    /// @return false if nobody takes any more.
+    Bool Tell(UInt records) {
+        _records.store(records, std::memory_order_release);
+        _records.notify_one();
+        return !_isAbandoned.load(std::memory_order_relaxed);
+    }
+    void End() { Tell(_records.load(std::memory_order_relaxed) | END); }
+    void Abandon() { _isAbandoned.store(true, std::memory_order_relaxed); }
+    /// Waits until there are more than `taken`. @return how many; as many as before at the end.
+    UInt Wait(UInt taken) {
+        UInt records = _records.load(std::memory_order_acquire);
+        while (records == taken) {
+            _records.wait(records, std::memory_order_acquire);
+            records = _records.load(std::memory_order_acquire);
+        }
+        return records & ~END;
+    }
+
+private:
+    static constexpr UInt END = UInt(1) << 63;
+    std::atomic<UInt> _records{0};
+    std::atomic<Bool> _isAbandoned{false};
+};
+
 Result<void> IndexText::Open(std::string_view text, const IndexRange& range, const Url& file) {
+    return Open(text, range, file, [](UInt, UInt, UInt) -> Result<void> { return OK; });
+}
+
+Result<void> IndexText::Open(std::string_view text, const IndexRange& range, const Url& file, Taker taker) {
     return CatchOutOfMemory([&]() -> Result<void> {
         _text = text;
         if (text.find('\r') != std::string_view::npos) {
@@ -193,8 +234,38 @@ Result<void> IndexText::Open(std::string_view text, const IndexRange& range, con
             std::erase(_withoutReturns, '\r');
             _text = _withoutReturns;
         }
-        return Checker(*this, range, file).Run();
+        _records.reserve(_text.size() / (SHORTEST_RECORD * CHUNK) + 1);
+        Progress progress;
+        const auto check = [&]() -> Result<void> {
+            const Result<void> checked = CatchOutOfMemory(
+                [&] { return Checker(*this, range, file).Run([&](UInt records) { return progress.Tell(records); }); });
+            progress.End();
+            return checked;
+        };
+        const auto take = [&]() -> Result<void> {
+            for (UInt taken = 0;;) {
+                const UInt records = progress.Wait(taken);
+                if (records == taken) return OK;
+                const Result<void> done = CatchOutOfMemory(
+                    [&] { return taker(taken, records, records * _text.size() / (GetPosition(records - 1) + 1)); });
+                if (done.IsError()) {
+                    progress.Abandon();
+                    return done;
+                }
+                taken = records;
+            }
+        };
+        const Int threads = _text.size() < WORTH_A_THREAD ? 1 : 2;
+        TRY(DoSideBySide(2, threads, [&](Int part) { return part == 0 ? check() : take(); }));
+        const UInt told = _recordCount - _recordCount % BATCH;
+        return told == _recordCount ? Result<void>(OK) : taker(told, _recordCount, _recordCount);
     });
+}
+
+void IndexText::AddRecord(UInt position) {
+    if (_recordCount % CHUNK == 0) _records.push_back(std::make_unique<std::array<UInt, CHUNK>>());
+    (*_records.back())[_recordCount % CHUNK] = position;
+    ++_recordCount;
 }
 
 std::string_view IndexText::ReadLine(UInt& position) const {
@@ -207,7 +278,7 @@ std::string_view IndexText::ReadLine(UInt& position) const {
 
 IndexText::Record IndexText::GetRecord(UInt number) const {
     Record record;
-    UInt position = _records[number];
+    UInt position = GetPosition(number);
     record.directory = ReadLine(position);
     record.id = ReadLine(position);
     record.type = ReadLine(position);
@@ -225,6 +296,11 @@ Bool IndexText::ReadVersion(UInt& position, Version& version) const {
     version.metaDataCount = 0;
     for (std::string_view name; ReadMetaDataName(position, name);) ++version.metaDataCount;
     return true;
+}
+
+std::string_view IndexText::GetVersionId(UInt position) const {
+    ReadLine(position);
+    return ReadLine(position).substr(1);
 }
 
 IndexText::Version IndexText::GetVersion(UInt position) const {

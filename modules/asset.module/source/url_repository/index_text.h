@@ -8,6 +8,8 @@
 #include "kernel/base/result.h"
 #include "kernel/io/url.h"
 
+#include <array>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -48,17 +50,24 @@ public:
         UInt metaData = 0;         ///< position of the first name of its metadata, or of what follows
     };
 
+    /// Takes records that are found to be right, from number `first` up to `end`; `expected` is about how many there will be.
+    using Taker = FunctionRef<Result<void>(UInt first, UInt end, UInt expected)>;
     /// Checks all of it. @param text kept by the caller for as long as this is used, but for one with CR, of which a copy without them is kept.
-    /// Errors: FileFormatError that names `file` and the line: a missing line or TAB, a number that is none or outside of `range`, a name that is no plain
-    /// component of a path.
+    /// @param taker is called with all records, in order, on one thread, while another one checks those that follow.
+    /// Errors: the taker's; FileFormatError that names `file` and the line: a missing line or TAB, a number that is none or outside of `range`, a name that is
+    /// no plain component of a path. What was taken until then is wrong, too.
+    Result<void> Open(std::string_view text, const IndexRange& range, const Url& file, Taker taker);
+    /// The same for who takes nothing.
     Result<void> Open(std::string_view text, const IndexRange& range, const Url& file);
 
-    UInt GetRecordCount() const { return _records.size(); }
+    UInt GetRecordCount() const { return _recordCount; }
     /// Bytes of the text.
     UInt GetSize() const { return _text.size(); }
     Record GetRecord(UInt number) const;
     /// The version at `position`, which is then that of the next one. @return false if no version stands there.
     Bool ReadVersion(UInt& position, Version& version) const;
+    /// The id of that version.
+    std::string_view GetVersionId(UInt position) const;
     /// The version at a position that ReadVersion was at.
     Version GetVersion(UInt position) const;
     /// The same for the name of metadata at `position`.
@@ -75,7 +84,13 @@ private:
 
     std::string _withoutReturns;
     std::string_view _text;
-    std::vector<UInt> _records;  // where each begins
+    static constexpr UInt CHUNK = 4096;
+    UInt GetPosition(UInt record) const { return (*_records[record / CHUNK])[record % CHUNK]; }
+    void AddRecord(UInt position);
+
+    std::vector<std::unique_ptr<std::array<UInt, CHUNK>>>
+        _records;  // where each begins; never moved, so that one thread reads while another adds
+    UInt _recordCount = 0;
     UInt _versionCount = 0;
     UInt _highestNumber = 0;
     std::vector<std::string_view> _names;

@@ -74,6 +74,7 @@ Result<void> UrlAssetRepositoryImpl::LoadExistingIdsImpl(AssetIdReceiver receive
     TypeIds types;
     TRY(OpenIndex());
     for (Int i = 0; i < _index->GetCount(); ++i) TRY(LoadIdsOfIndex(UInt32(i), types, receiver));
+    _counter.Raise(_index->GetHighestNumber());
     const HashSet<std::string>& changed = _index->GetSource().changed;
     if (!_index->scansTree && changed.GetCount() == 0) return OK;
     std::vector<FoundAsset> assets;
@@ -111,7 +112,6 @@ Result<void> UrlAssetRepositoryImpl::OpenIndex() {
             }
         }
         _hasIndex.store(isVisible, std::memory_order_release);
-        _counter.Raise(index->GetHighestNumber());
         // Without a counter a repository was published with its index, which then is all there is.
         const Bool isBehind = counter.exists && (!counter.number || *counter.number > index->GetLast());
         index->scansTree = index->GetCount() == 0 || (isVisible && isBehind);
@@ -123,43 +123,43 @@ Result<void> UrlAssetRepositoryImpl::OpenIndex() {
 
 // The table of ids is larger than the caches, so each batch is announced before it is entered.
 Result<void> UrlAssetRepositoryImpl::LoadIdsOfIndex(UInt32 number, TypeIds& types, AssetIdReceiver receiver) {
-    struct Told {
-        Id id;
-        Id type;
-        UInt32 record;
-    };
     const IndexText& text = _index->Get(number).GetText();
     const HashSet<std::string>& changed = _index->GetSource().changed;
-    const auto count = UInt32(text.GetRecordCount());
-    TRY(ExpectRecords(Int(count)));
-    std::vector<Told> batch;
-    batch.reserve(RECORDS_OF_A_BATCH);
+    const JobRef job = Job::GetCurrent();  // asked on another thread
+    std::vector<std::pair<Id, UInt32>> batch;
     Id type;
     std::string_view typeText;
-    for (UInt32 next = 0; next < count;) {
-        if (Job::IsCurrentCancelled()) return OperationCancelledError::Create();
-        batch.clear();
-        for (; next < count && batch.size() < RECORDS_OF_A_BATCH; ++next) {
+    return _index->Check(number, [&](UInt first, UInt end, UInt expected) -> Result<void> {
+        if (job && job->IsCancelled()) return OperationCancelledError::Create();
+        if (end > UInt(UInt32(-1)))
+            return FileFormatError::Create(FormatMessage("@ holds more assets than can be read.", GetRoot()));
+        if (first == 0) TRY(ExpectRecords(Int(expected)));
+        const auto enter = [&]() -> Result<void> {
+            for (const auto& [aid, record] : batch) {
+                if (const IndexText::Record told = text.GetRecord(record); type.IsEmpty() || told.type != typeText) {
+                    typeText = told.type;
+                    type = TRY(types.Get(typeText));
+                }
+                Data* adata = TRY(receiver(aid, type));
+                if (adata->IsEmpty()) {
+                    *adata = Data(IndexedAssetData{number, record});
+                } else {
+                    TRY(_index->AddPlace(aid, {number, record}));
+                }
+            }
+            batch.clear();
+            return OK;
+        };
+        for (auto next = UInt32(first); next < end; ++next) {
             const IndexText::Record record = text.GetRecord(next);
             if (changed.GetCount() != 0 && changed.Contains(std::string(record.directory))) continue;
-            if (next == 0 || record.type != typeText) {
-                typeText = record.type;
-                type = TRY(types.Get(typeText));
-            }
-            const Id aid = TRY(Id::Create(record.id));
+            Id aid = TRY(Id::Create(record.id));
             ExpectRecord(aid);
-            batch.push_back({aid, type, next});
+            batch.emplace_back(std::move(aid), next);
+            if (batch.size() == RECORDS_OF_A_BATCH) TRY(enter());
         }
-        for (const Told& told : batch) {
-            Data* adata = TRY(receiver(told.id, told.type));
-            if (adata->IsEmpty()) {
-                *adata = Data(IndexedAssetData{number, told.record});
-            } else {
-                TRY(_index->AddPlace(told.id, {number, told.record}));
-            }
-        }
-    }
-    return OK;
+        return enter();
+    });
 }
 
 Result<std::vector<UrlAssetRepositoryImpl::FoundAsset>> UrlAssetRepositoryImpl::ListAssetDirectories() {

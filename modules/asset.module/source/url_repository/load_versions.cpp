@@ -4,6 +4,7 @@
 // is wrong with the rest of it costs that one thing only: its order, a value, its id.
 #include "asset_scheme/url_parts.h"
 #include "kernel/app/log.h"
+#include "kernel/data/document_binary.h"
 #include "kernel/io/file_utilities.h"
 #include "url_repository/hash_file.h"
 #include "url_repository/loaded_index.h"
@@ -135,7 +136,7 @@ Result<Opt<UrlAssetRepositoryImpl::LoadedVersion>> UrlAssetRepositoryImpl::LoadI
             entry.value = Data(MakeMetaUrl({aid, loaded.versionId}, name, directory + name));
             entry.loaded = true;
         } else if (meaning->key == time) {
-            entry.value = TRY(LoadMetaDataImpl(vdata, time, entry.kind));
+            entry.value = TRY(LoadIndexedTime(vdata, entry.kind));
             entry.loaded = true;
             loaded.key.time = GetSoundTime(entry.value);
         }
@@ -143,6 +144,19 @@ Result<Opt<UrlAssetRepositoryImpl::LoadedVersion>> UrlAssetRepositoryImpl::LoadI
     }
     TRY(AddSideMetaData(aid, vdata, loaded));
     return Opt<LoadedVersion>(std::move(loaded));
+}
+
+// Each version needs its time, for its place among the others.
+Result<Data> UrlAssetRepositoryImpl::LoadIndexedTime(const Data& vdata, KIND kind) {
+    const InternedId time(ASSETMETADATA::TIMESTAMP);
+    const Opt<CompactedMetaData::RawValue> raw = TRY(FindIndexedValue(vdata, time));
+    if (raw && *raw->typeId == DataTraits<UniversalDateTime>::ID) {
+        const Opt<std::string_view> text = BinaryValueView(raw->bytes).GetText();
+        const Result<UniversalDateTime> read =
+            text ? UniversalDateTime::Parse(*text) : Result<UniversalDateTime>(UniversalDateTime());
+        if (text && read.IsOk()) return Data(read.GetValue());
+    }
+    return LoadMetaDataImpl(vdata, time, kind);
 }
 
 /// The values of a version that lie in trees of their own.

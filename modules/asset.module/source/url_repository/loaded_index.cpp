@@ -39,7 +39,7 @@ Result<void> LoadedIndex::Open(IndexSource source) {
     _source = std::move(source);
     for (const IndexSource::Entry& entry : _source.entries) {
         if (entry.range.first > entry.range.last || covered.Covers(entry.range)) continue;
-        StrongRef<CompactedIndex> index = TRY(CompactedIndex::Open(entry.directory, entry.range));
+        StrongRef<CompactedIndex> index = TRY(CompactedIndex::OpenFiles(entry.directory, entry.range));
         _indexes.push_back(std::move(index));
         covered.Add(entry.range);
     }

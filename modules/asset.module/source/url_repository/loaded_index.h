@@ -15,8 +15,10 @@ struct IndexPlace {
 /// Index directories in the order in which they count. Threads: any, once it is loaded.
 class LoadedIndex {
 public:
-    /// Opens those whose numbers aren't all in the ones before. Errors: as CompactedIndex::Open.
+    /// Opens those whose numbers aren't all in the ones before. Errors: as CompactedIndex::OpenFiles.
     Result<void> Open(IndexSource source);
+    /// Checks one of them, handing out its records. Errors: as CompactedIndex::Check.
+    Result<void> Check(UInt32 index, IndexText::Taker taker) { return _indexes[index]->Check(taker); }
 
     /// Whether a directory that was to be opened is no longer there.
     Bool HasMoved() const;

@@ -91,17 +91,24 @@ Result<Data> UrlAssetRepositoryImpl::ReadValue(const Data& vdata, const Interned
     return directory ? ReadMetaDataDocument(*directory, metaId, kind) : Result<Data>(Data());
 }
 
+Result<Opt<CompactedMetaData::RawValue>> UrlAssetRepositoryImpl::FindIndexedValue(const Data& vdata,
+                                                                                  const InternedId& metaId) const {
+    using Found = Opt<CompactedMetaData::RawValue>;
+    const IndexedVersionData* place = vdata.GetPtr<IndexedVersionData>();
+    if (!place) return Found();
+    const CompactedIndex& index = _index->Get(place->index);
+    const CompactedMetaData* values = index.FindMetaData(metaId);
+    if (!values) return Found();
+    const std::string_view aid = index.GetText().GetRecord(place->record).id;
+    const std::string_view version = index.GetText().GetVersionId(place->position);
+    return values->FindRaw(aid, version, index.GetPlace(place->record));
+}
+
 // Names are read by the hundred thousand, to be shown and sorted: making the whole description of each would take most of that time.
 Result<BaseAssetRepositoryInterface::StoredText> UrlAssetRepositoryImpl::FindTextImpl(const Data& vdata, const InternedId& metaId,
                                                                                       const Id& key) {
     StoredText stored;
-    const IndexedVersionData* place = vdata.GetPtr<IndexedVersionData>();
-    const CompactedMetaData* values = place ? _index->Get(place->index).FindMetaData(metaId) : nullptr;
-    if (!values) return stored;
-    const CompactedIndex& index = _index->Get(place->index);
-    const std::string_view aid = index.GetText().GetRecord(place->record).id;
-    const std::string_view version = index.GetText().GetVersion(place->position).versionId;
-    const auto raw = TRY(values->FindRaw(aid, version, index.GetPlace(place->record)));
+    const Opt<CompactedMetaData::RawValue> raw = TRY(FindIndexedValue(vdata, metaId));
     if (!raw || *raw->typeId != GetDataType<DataDescriptionDefinition>()->id) return stored;
     const Opt<BinaryValueView> entries = BinaryValueView(raw->bytes).FindMember("entries");
     if (!entries) return stored;

@@ -5,6 +5,7 @@
 #include "baseassetrepository.h"
 #include "url_repository/asset_info.h"
 #include "url_repository/background_compaction.h"
+#include "url_repository/compacted_metadata.h"
 #include "url_repository/index_directory.h"
 #include "url_repository/repository_lock.h"
 #include "url_repository/side_tree_names.h"
@@ -111,6 +112,9 @@ private:
                                 AssetVersionReceiver receiver);
     /// Name of an asset's directory. Errors: IllegalArgumentError if `adata` is none of this backend's.
     Result<Id> GetAssetDirectory(const Data& adata) const;
+    Result<Data> LoadIndexedTime(const Data& vdata, KIND kind);
+    /// The stored form of a value that an index holds; nothing if it holds none.
+    Result<Opt<CompactedMetaData::RawValue>> FindIndexedValue(const Data& vdata, const InternedId& metaId) const;
     Result<Data> ReadValue(const Data& vdata, const InternedId& metaId, KIND kind) const;
     /// The directory of a version. Errors: as GetAssetDirectory.
     Result<Url> GetVersionUrl(const Data& vdata) const;
