@@ -93,31 +93,28 @@ std::string IndexDirectory::MakeTag() {
 
 Result<Opt<IndexSource>> IndexDirectory::Find() const {
     IndexSource source;
-    const Url index = GetIndexUrl();
-    if (IsDirectory(index)) {
-        source.entries = TRY(FindIndexRanges(index));
-        source.generation = ReadGeneration(index);
+    if (IsDirectory(_index)) {
+        source.entries = TRY(FindIndexRanges(_index));
+        source.generation = ReadGeneration(_index);
         return Opt<IndexSource>(std::move(source));
     }
-    const Url dropped = GetDroppedUrl();
-    if (!IsDirectory(dropped)) return Opt<IndexSource>();
+    if (!IsDirectory(_dropped)) return Opt<IndexSource>();
     // The journal first: what comes into it later was not changed yet when the rest is read.
     const Result<Opt<Journal>> journal = ReadJournal();
     if (journal.IsError() || !journal.GetValue() || !IsBelieved(*journal.GetValue())) return Opt<IndexSource>();
-    Result<std::vector<IndexSource::Entry>> entries = FindIndexRanges(dropped);
+    Result<std::vector<IndexSource::Entry>> entries = FindIndexRanges(_dropped);
     if (entries.IsError() || entries.GetValue().empty()) return Opt<IndexSource>();
     source.entries = std::move(entries).GetValue();
-    source.generation = ReadGeneration(dropped);
+    source.generation = ReadGeneration(_dropped);
     source.isDropped = true;
     source.changed = journal.GetValue()->changed;
     return Opt<IndexSource>(std::move(source));
 }
 
 Result<Opt<Url>> IndexDirectory::FindJournal() const {
-    const Url dropped = GetDroppedUrl();
-    const BaseArray<IoEntry> names = TRY(BrowseTreeIfThere(dropped));
+    const BaseArray<IoEntry> names = TRY(BrowseTreeIfThere(_dropped));
     for (const IoEntry& entry : names) {
-        if (entry.kind == IO_DETECT::FILE && entry.name.starts_with(JOURNAL_PREFIX)) return Opt<Url>(dropped + entry.name);
+        if (entry.kind == IO_DETECT::FILE && entry.name.starts_with(JOURNAL_PREFIX)) return Opt<Url>(_dropped + entry.name);
     }
     return Opt<Url>();
 }
@@ -172,11 +169,12 @@ Result<void> IndexDirectory::AppendLine(const Url& journal, const std::string& l
 
 /// Afterwards `_index` is not there, and `state` knows the journal, if there is a dropped index.
 Result<void> IndexDirectory::EnsureJournal(State& state) {
-    if (state.journal.IsPopulated() && state.journal.IoDetect() == IO_DETECT::FILE) return OK;
+    const Bool isVisible = IsDirectory(_index);
+    if (!isVisible && state.journal.IsPopulated() && state.journal.IoDetect() == IO_DETECT::FILE) return OK;
     state.journal = Url();
     state.noted = {};
-    if (IsDirectory(GetIndexUrl())) return Drop(state);
-    if (!IsDirectory(GetDroppedUrl())) return OK;
+    if (isVisible) return Drop(state);
+    if (!IsDirectory(_dropped)) return OK;
     const Opt<Url> journal = TRY(FindJournal());
     if (!journal) return OK;
     // Whoever stopped in the midst of a line must not have it go on with the next one.
@@ -186,28 +184,31 @@ Result<void> IndexDirectory::EnsureJournal(State& state) {
 }
 
 Result<void> IndexDirectory::Drop(State& state) {
-    const Url index = GetIndexUrl();
-    const Url dropped = GetDroppedUrl();
-    if (dropped.IoDetect() != IO_DETECT::NOT_THERE) {
-        const Url hidden = TRY(HideDirectory(dropped));
+    if (_dropped.IoDetect() != IO_DETECT::NOT_THERE) {
+        const Url hidden = TRY(HideDirectory(_dropped));
         DeleteHidden(_root, hidden);
     }
     // An index that lags behind says so by the counter; once dropped it must not be believed.
     const VersionFileState counter = ReadVersionFile(_root);
-    const Result<std::vector<IndexSource::Entry>> entries = FindIndexRanges(index);
+    const Result<std::vector<IndexSource::Entry>> entries = FindIndexRanges(_index);
     const Bool hasRanges = entries.IsOk() && !entries.GetValue().empty();
     const Bool isWhole =
         hasRanges && (!counter.exists || (counter.number && *counter.number <= entries.GetValue().front().range.last));
+    // One that stopped right here left its journal, which must not be taken for the one that is kept from now on.
+    const BaseArray<IoEntry> names = TRY(BrowseTree(_index));
+    for (const IoEntry& entry : names) {
+        if (entry.name.starts_with(JOURNAL_PREFIX)) TRY(DeleteBelow(_root, _index + entry.name));
+    }
     const std::string name = std::string(JOURNAL_PREFIX) + TRY(Uuid::CreateId()).ToString();
-    TRY(WriteNewFile(index + name, isWhole ? MakeCounterLine(counter) : std::string()));
-    TRY(SyncTree(index + name));
-    const Result<void> renamed = index.IoRename(dropped, RENAME_MODE::NO_REPLACE);
+    TRY(WriteNewFile(_index + name, isWhole ? MakeCounterLine(counter) : std::string()));
+    TRY(SyncTree(_index + name));
+    const Result<void> renamed = _index.IoRename(_dropped, RENAME_MODE::NO_REPLACE);
     if (renamed.IsError()) {
-        DeleteHidden(_root, index + name);
+        DeleteHidden(_root, _index + name);
         return renamed;
     }
     TRY(SyncNames(_root));
-    state.journal = dropped + name;
+    state.journal = _dropped + name;
     return OK;
 }
 
@@ -256,26 +257,24 @@ Result<IndexDirectory::Start> IndexDirectory::BeginCompaction() {
     Start start;
     start.stamp = GetChangeStamp();
     start.counter = ReadVersionFile(_root);
-    const Url index = GetIndexUrl();
-    if (IsDirectory(index)) {
+    if (IsDirectory(_index)) {
         // Nobody has changed anything since it was written: the first who does will drop it.
-        start.generation = ReadGeneration(index);
+        start.generation = ReadGeneration(_index);
         return start;
     }
-    const Url dropped = GetDroppedUrl();
     Opt<Journal> journal;
-    if (IsDirectory(dropped)) {
+    if (IsDirectory(_dropped)) {
         Result<Opt<Journal>> read = ReadJournal();
         if (read.IsOk()) journal = std::move(read).GetValue();
     }
     const std::string name = std::string(JOURNAL_PREFIX) + TRY(Uuid::CreateId()).ToString();
-    const Url file = dropped + name;
+    const Url file = _dropped + name;
     if (journal) {
-        if (IsBelieved(*journal)) start.generation = ReadGeneration(dropped);
+        if (IsBelieved(*journal)) start.generation = ReadGeneration(_dropped);
         start.changedByOthers = std::move(journal->changedByOthers);
         TRY(journal->file.IoRename(file, RENAME_MODE::NO_REPLACE));
     } else {
-        TRY(MakeDirectory(dropped));
+        TRY(MakeDirectory(_dropped));
         TRY(WriteNewFile(file, {}));
     }
     start.journal = name;
@@ -285,46 +284,45 @@ Result<IndexDirectory::Start> IndexDirectory::BeginCompaction() {
 
 Bool IndexDirectory::IsUnchangedSince(const Start& start) const {
     if (GetChangeStamp() != start.stamp) return false;
-    if (start.journal.empty()) return IsDirectory(GetIndexUrl()) && ReadGeneration(GetIndexUrl()) == start.generation;
-    const Url file = GetDroppedUrl() + start.journal;
+    if (start.journal.empty()) return IsDirectory(_index) && ReadGeneration(_index) == start.generation;
+    const Url file = _dropped + start.journal;
     return file.IoDetect() == IO_DETECT::FILE && file.GetContentLength().GetValueOr(-1) == start.journalSize;
 }
 
+// The dropped one goes first: were it there beside `_index`, someone might go on naming changes in it that the new one doesn't tell.
 Result<void> IndexDirectory::Publish(const Url& work, const std::vector<std::string>& names) {
     auto state = _state.Write();
-    const Url index = GetIndexUrl();
-    TRY(MakeDirectory(index));
+    state->journal = Url();
+    state->noted = {};
+    if (_dropped.IoDetect() != IO_DETECT::NOT_THERE) {
+        const Url hidden = TRY(HideDirectory(_dropped));
+        DeleteHidden(_root, hidden);
+        TRY(SyncNames(_root));
+    }
+    TRY(MakeDirectory(_index));
     for (const std::string& name : names) {
         const Url from = work + name;
-        const Url to = index + name;
+        const Url to = _index + name;
         const Bool isFile = from.IoDetect() == IO_DETECT::FILE;
         const Bool isThere = to.IoDetect() != IO_DETECT::NOT_THERE;
         // What was in its place lies in the work directory afterwards and goes with it.
         TRY(from.IoRename(to, isFile ? RENAME_MODE::REPLACE : isThere ? RENAME_MODE::EXCHANGE : RENAME_MODE::NO_REPLACE));
     }
-    TRY(SyncNames(index));
-    TRY(SyncNames(_root));
-    state->journal = Url();
-    state->noted = {};
-    const Url dropped = GetDroppedUrl();
-    if (dropped.IoDetect() == IO_DETECT::NOT_THERE) return OK;
-    const Result<Url> hidden = HideDirectory(dropped);
-    if (hidden.IsOk()) DeleteHidden(_root, hidden.GetValue());
-    return OK;  // one that stays is never looked at beside `_index`
+    TRY(SyncNames(_index));
+    return SyncNames(_root);
 }
 
 Result<void> IndexDirectory::PublishBeside(const Url& work, const char* name, const std::string& modified) {
     auto state = _state.Write();
-    const Url index = GetIndexUrl();
-    if (!IsDirectory(index) || ReadGeneration(index) != modified) return OK;
-    TRY((work + name).IoRename(index + name, RENAME_MODE::REPLACE));
-    return SyncNames(index);
+    if (!IsDirectory(_index) || ReadGeneration(_index) != modified) return OK;
+    TRY((work + name).IoRename(_index + name, RENAME_MODE::REPLACE));
+    return SyncNames(_index);
 }
 
 Result<void> IndexDirectory::Remove(REMOVE what) {
     auto state = _state.Write();
-    std::vector<Url> victims = {GetIndexUrl()};
-    if (what == REMOVE::DROPPED_TOO) victims.push_back(GetDroppedUrl());
+    std::vector<Url> victims = {_index};
+    if (what == REMOVE::DROPPED_TOO) victims.push_back(_dropped);
     for (const Url& directory : victims) {
         if (!IsDirectory(directory)) continue;
         const Url hidden = TRY(HideDirectory(directory));

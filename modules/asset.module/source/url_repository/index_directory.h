@@ -43,7 +43,8 @@ struct IndexSource {
 /// Lock order: below the lock between processes, which whoever calls the members for changes holds; a leaf but for file operations.
 class IndexDirectory {
 public:
-    explicit IndexDirectory(const Url& root) : _root(root) {}
+    explicit IndexDirectory(const Url& root)
+        : _root(root), _index(root + INDEX_DIRECTORY_NAME), _dropped(root + DROPPED_INDEX_NAME) {}
 
     // Reading.
 
@@ -108,10 +109,10 @@ private:
     Result<void> AppendLine(const Url& journal, const std::string& line) const;
     Bool IsBelieved(const Journal& journal) const;
     std::string MakeCounterLine(const VersionFileState& counter) const;
-    Url GetIndexUrl() const { return _root + INDEX_DIRECTORY_NAME; }
-    Url GetDroppedUrl() const { return _root + DROPPED_INDEX_NAME; }
 
     const Url _root;
+    const Url _index;
+    const Url _dropped;
     const std::string _tag = MakeTag();  // tells this object's lines from those of others
     static std::string MakeTag();
     std::atomic<UInt> _stamp{0};

@@ -26,6 +26,7 @@ Result<void> UrlAssetRepositoryImpl::DeleteIndexFiles() {
     return CatchOutOfMemory([&]() -> Result<void> {
         _background.CancelAndWait();
         const Bool hadIndex = _hasIndex.load(std::memory_order_acquire);
+        _hadIndex.store(false, std::memory_order_release);
         TRY(RemoveIndex(IndexDirectory::REMOVE::DROPPED_TOO));
         if (hadIndex) HandleBaseChanged(GetSelf(), false);
         return OK;
@@ -34,9 +35,9 @@ Result<void> UrlAssetRepositoryImpl::DeleteIndexFiles() {
 
 // The index was dropped before the change; here is only told that another one follows.
 void UrlAssetRepositoryImpl::HandleContentChanged() {
-    const Int32 state = GetIndexState();
+    const Bool isWanted = GetIndexState() != 0 || _hadIndex.load(std::memory_order_acquire);
     _hasIndex.store(false, std::memory_order_release);
-    if (state != 0) CompactInBackground(COMPACT_DELAY_SECONDS, nullptr).Ignore("an index is a cache");
+    if (isWanted) CompactInBackground(COMPACT_DELAY_SECONDS, nullptr).Ignore("an index is a cache");
 }
 
 Result<void> UrlAssetRepositoryImpl::CompactInBackground(Float delay, const BackgroundEntryRef& backgroundJob) {

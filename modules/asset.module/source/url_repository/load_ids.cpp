@@ -99,7 +99,13 @@ Result<void> UrlAssetRepositoryImpl::LoadExistingIdsImpl(AssetIdReceiver receive
 Result<void> UrlAssetRepositoryImpl::OpenIndex() {
     for (int tries = 1;; ++tries) {
         auto index = std::make_unique<LoadedIndex>();
-        Opt<IndexSource> source = TRY(_indexDirectory.Find());
+        Result<Opt<IndexSource>> found = _indexDirectory.Find();
+        if (found.IsError()) {
+            const Bool isGone = (GetRoot() + INDEX_DIRECTORY_NAME).IoDetect() == IO_DETECT::NOT_THERE;
+            if (isGone && tries < INDEX_TRIES) continue;
+            return found.GetError();
+        }
+        Opt<IndexSource> source = std::move(found).GetValue();
         const VersionFileState counter = _counter.Load();
         const Bool isVisible = source && !source->isDropped;
         if (source) {
@@ -112,6 +118,7 @@ Result<void> UrlAssetRepositoryImpl::OpenIndex() {
             }
         }
         _hasIndex.store(isVisible, std::memory_order_release);
+        _hadIndex.store(index->GetCount() != 0, std::memory_order_release);
         // Without a counter a repository was published with its index, which then is all there is.
         const Bool isBehind = counter.exists && (!counter.number || *counter.number > index->GetLast());
         index->scansTree = index->GetCount() == 0 || (isVisible && isBehind);

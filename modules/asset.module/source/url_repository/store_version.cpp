@@ -78,10 +78,6 @@ Result<AssetStoreResult> UrlAssetRepositoryImpl::StoreImpl(const Asset& asset, B
     CHECK_ARGUMENT(deleteAsset || asset || source, "deleteAsset || asset || source");
     const Id directory = TRY(GetAssetDirectory(adata));
     const Url assetDirectory = GetRoot() + directory.GetView();
-    {
-        const RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_lock));
-        TRY(_indexDirectory.NoteChange(directory.GetView()));
-    }
     const Bool overwrites = overwrittenHash.IsPopulated() && !deleteAsset;
     Opt<Staging> staging;
     if (overwrites) {
@@ -107,6 +103,7 @@ Result<AssetStoreResult> UrlAssetRepositoryImpl::StoreImpl(const Asset& asset, B
 Result<Opt<UrlAssetRepositoryImpl::Staging>> UrlAssetRepositoryImpl::ReserveNewVersion(const Url& assetDirectory, UInt number,
                                                                                        Bool deleted) {
     const RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_lock));
+    TRY(_indexDirectory.NoteChange(assetDirectory.GetName()));
     Staging staging;
     staging.directory = assetDirectory + MakeReservationName(number);
     const std::string name = deleted ? MakeDeletedDirectoryName(number) : MakeVersionDirectoryName(number);
@@ -122,6 +119,10 @@ Result<Opt<UrlAssetRepositoryImpl::Staging>> UrlAssetRepositoryImpl::ReserveNewV
 
 // The new content takes the very place of the old one, so that the exchange is one step whatever the old name.
 Result<UrlAssetRepositoryImpl::Staging> UrlAssetRepositoryImpl::StageOverwrite(const Url& assetDirectory, UInt number) {
+    {
+        const RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_lock));
+        TRY(_indexDirectory.NoteChange(assetDirectory.GetName()));
+    }
     const std::vector<VersionDirectory> old = TRY(FindVersionDirectories(assetDirectory, number));
     const std::string finalName = old.empty() ? MakeVersionDirectoryName(number) : old.front().name;
     const std::string name = TRY(MakeWorkName());

@@ -174,7 +174,8 @@ private:
     };
     KnownGeneration _knownGeneration;
     std::atomic<Bool> _hasIndex{false};
-    BackgroundCompaction _background;  // self-synchronised
+    std::atomic<Bool> _hadIndex{false};  // it was opened from one, be it one that a change had dropped
+    BackgroundCompaction _background;    // self-synchronised
     std::atomic<Bool> _changedSinceSync{false};
     Guarded<String, Spinlock> _repositoryName;
     /// Names of asset directories that were made just now: the first look for versions, which follows at once, needs no listing.
