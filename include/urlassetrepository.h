@@ -70,6 +70,38 @@ struct Leftover {
 /// Finds our own hidden leftovers older than `minimumAge` microseconds and removes them. Nothing else is ever touched.
 Result<void> CollectGarbage(const Url& root, GC_MODE mode, Int64 minimumAge, Receiver<Leftover> receiver);
 
+/// What an index tells of a range of version numbers.
+struct IndexRangeInfo {
+    UInt first = 0;
+    UInt last = 0;
+    Int assets = 0;
+    Int versions = 0;
+    Int64 bytes = 0;
+};
+/// How a repository would be opened.
+struct IndexSummary {
+    /// Whether there is an index; DROPPED: assets were changed since it was written, and a journal tells which.
+    enum class STATE { NONE, VISIBLE, DROPPED } state = STATE::NONE;
+    Int changedAssets = 0;   ///< that are read from the tree beside a dropped index
+    Bool scansTree = false;  ///< all of the tree is read
+};
+/// Reads the index as an opening does. Errors: IllegalArgumentError if `root` is no repository; FileFormatError for a damaged index.
+Result<IndexSummary> ReadIndex(const Url& root, Receiver<IndexRangeInfo> receiver);
+
+/// Whether what is wrong is only told or mended.
+enum class DIAGNOSE_MODE { LOOK, MEND };
+/// Something that is wrong with a repository.
+struct Ailment {
+    String explanation;  ///< what it means and what to do, or what was done
+    Url path;
+    Bool isMended = false;
+};
+/// Looks for what is wrong with the form of a repository, also of one that doesn't open: its identifier, its index, names of version directories,
+/// documents that can't be read. Contents are for Verify. MEND deletes nothing but an index, which is a cache; what can't be read gets a hidden name beside
+/// its own. The repository should not be open elsewhere then.
+/// Errors: IoError; IllegalArgumentError if `root` is no directory; OperationCancelledError.
+Result<void> Diagnose(const Url& root, DIAGNOSE_MODE mode, Receiver<Ailment> receiver);
+
 }  // namespace RepositoryMaintenance
 
 }  // namespace talvo

@@ -12,6 +12,8 @@ struct FileToStore {
     Url source;
     String sourceName;  ///< the name of an asset that begins with this version
     Opt<String> name;   ///< the name that the asset gets in any case
+    Opt<Id> category;   ///< of an asset that begins with this version
+    Opt<Id> subtype;    ///< likewise
     PLACE place = PLACE::NEXT_VERSION;
 };
 

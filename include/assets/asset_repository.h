@@ -3,6 +3,7 @@
 
 #include "assets/asset.h"
 #include "assets/asset_walk.h"
+#include "kernel/app/background_progress.h"
 #include "kernel/description/description.h"
 #include "kernel/thread/observable.h"
 
@@ -25,9 +26,6 @@ constexpr ASSET_FIND_MODE operator|(ASSET_FIND_MODE first, ASSET_FIND_MODE secon
 }
 /// Whether any bit of `flag` is set.
 constexpr Bool HasFlag(ASSET_FIND_MODE mode, ASSET_FIND_MODE flag) { return (UInt32(mode) & UInt32(flag)) != 0; }
-
-class BackgroundEntry;
-using BackgroundEntryRef = StrongRef<BackgroundEntry>;
 
 /// What a lookup hands out: a version, or with ASK_REPOSITORY a repository in its place.
 class AssetFindItem {

@@ -25,6 +25,20 @@ CommandList MakeAllCommands() {
     commands.push_back(MakeGcCommand());
     commands.push_back(MakeStatCommand());
     commands.push_back(MakeReposCommand());
+    commands.push_back(MakeCategoryAddCommand());
+    commands.push_back(MakeCategoryListCommand());
+    commands.push_back(MakeCategoryTreeCommand());
+    commands.push_back(MakeCategorySetCommand());
+    commands.push_back(MakeColorAddCommand());
+    commands.push_back(MakeColorSetCommand());
+    commands.push_back(MakeColorListCommand());
+    commands.push_back(MakeNameCommand());
+    commands.push_back(MakeRepositoryNameCommand());
+    commands.push_back(MakeTagCommand());
+    commands.push_back(MakeIconCommand());
+    commands.push_back(MakeCompactCommand());
+    commands.push_back(MakeIndexCommand());
+    commands.push_back(MakeDoctorCommand());
     return commands;
 }
 

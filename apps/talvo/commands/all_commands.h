@@ -26,5 +26,19 @@ std::unique_ptr<Command> MakeReposCommand();
 std::unique_ptr<Command> MakeUrlCommand();
 std::unique_ptr<Command> MakeOpenCommand();
 std::unique_ptr<Command> MakeResolveCommand();
+std::unique_ptr<Command> MakeCategoryAddCommand();
+std::unique_ptr<Command> MakeCategoryListCommand();
+std::unique_ptr<Command> MakeCategoryTreeCommand();
+std::unique_ptr<Command> MakeCategorySetCommand();
+std::unique_ptr<Command> MakeColorAddCommand();
+std::unique_ptr<Command> MakeColorSetCommand();
+std::unique_ptr<Command> MakeColorListCommand();
+std::unique_ptr<Command> MakeNameCommand();
+std::unique_ptr<Command> MakeRepositoryNameCommand();
+std::unique_ptr<Command> MakeTagCommand();
+std::unique_ptr<Command> MakeIconCommand();
+std::unique_ptr<Command> MakeCompactCommand();
+std::unique_ptr<Command> MakeIndexCommand();
+std::unique_ptr<Command> MakeDoctorCommand();
 
 }  // namespace talvo

@@ -51,7 +51,7 @@ Result<CountsByType> CountByType(const AssetRepositoryRef& repository) {
 std::string GetIndexState(const AssetRepositoryRef& repository) {
     const auto* compactable = dynamic_cast<const CompactableAssetRepositoryInterface*>(repository.GetPointer());
     const Int32 state = compactable ? compactable->GetIndexState() : 0;
-    return state == 0 ? "none" : std::to_string(state);
+    return state == 3 ? "whole" : state == 0 ? "none" : "being written";
 }
 
 class StatCommand final : public Command {

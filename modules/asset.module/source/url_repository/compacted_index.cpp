@@ -62,6 +62,11 @@ const CompactedMetaData* CompactedIndex::FindMetaData(const InternedId& key) con
     return nullptr;
 }
 
+Result<void> CompactedIndex::CheckValues() const {
+    for (const auto& [key, values] : _metaData) TRY(values->FindRaw({}, {}, 0));
+    return OK;
+}
+
 Result<Data> CompactedIndex::FindValue(UInt record, std::string_view aid, std::string_view version, const InternedId& key) const {
     const CompactedMetaData* values = FindMetaData(key);
     return values ? values->Find(aid, version, GetPlace(record)) : Result<Data>(Data());

@@ -34,6 +34,8 @@ public:
     const IndexedMetaDataName* ParseName(std::string_view name, Opt<IndexedMetaDataName>& odd) const;
     /// The value of `key`, empty if there is none. @param record of the asset. Errors: as CompactedMetaData.
     Result<Data> FindValue(UInt record, std::string_view aid, std::string_view version, const InternedId& key) const;
+    /// Looks at the checksums of all values. Errors: FileFormatError that names the file.
+    Result<void> CheckValues() const;
     /// The values of one key, or null.
     const CompactedMetaData* FindMetaData(const InternedId& key) const;
     /// About where a record stands among all, from 0 to 1.
