@@ -8,6 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
+
 namespace talvo::bench {
 
 namespace {
@@ -88,6 +90,14 @@ void SyncBare(const std::string& path) {
     const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     Need(file >= 0 && syncfs(file) == 0, "can't sync " + path);
     close(file);
+}
+
+void SyncBareFiles(const std::string& folder) {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+        const int file = open(entry.path().c_str(), O_RDONLY | O_CLOEXEC);
+        Need(file >= 0 && fsync(file) == 0, "can't sync " + entry.path().string());
+        close(file);
+    }
 }
 
 BareDocuments MakeBareDocuments(std::string_view id, std::string_view digest, std::string_view name) {

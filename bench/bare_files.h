@@ -14,6 +14,9 @@ void MakeBareDirectory(const std::string& path);
 /// Waits until all is on the disk that `path` lies on.
 void SyncBare(const std::string& path);
 
+/// Waits until all files in this folder and in those below it are on the disk, whatever else is written to it meanwhile.
+void SyncBareFiles(const std::string& folder);
+
 /// What the directory of one version holds besides the payload: names and bytes as a store writes them.
 struct BareDocuments {
     std::string info;

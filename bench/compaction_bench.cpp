@@ -28,13 +28,12 @@ CompactableAssetRepositoryInterface& GetCompactable(const UpdatableAssetReposito
 Cost Compact(const Setting& setting, const std::string& library) {
     const std::string copy = setting.At("compacted");
     CopyLibrary(library, copy);
-    SyncBare(setting.scratch);
     const std::vector<Float64> values = RunInChild([&] {
         const auto repository = OpenOnDisk(setting, copy);
         LoadAll(repository);
         const Cost cost = MeasureHere([&] {
             Need(GetCompactable(repository).Compact());
-            SyncBare(copy);
+            SyncBareFiles(copy);
         });
         return std::vector<Float64>{cost.wall, cost.cpu};
     });
@@ -46,6 +45,9 @@ struct Stores {
     Int count = 0;
 };
 
+/// How long after one store the next one begins: who is held off for longer than this is noticed, and what is stored can be removed again soon.
+constexpr std::chrono::milliseconds BETWEEN_STORES(2);
+
 /// Stores new assets one after the other until `isOver`.
 Stores StoreUntil(const AssetRepositoryRef& repository, const std::string& prefix, FunctionRef<Bool()> isOver) {
     Stores stores;
@@ -55,6 +57,7 @@ Stores StoreUntil(const AssetRepositoryRef& repository, const std::string& prefi
         const Clock::time_point begin = Clock::now();
         Need(repository->StoreAsset(id, asset, nullptr));
         stores.longest = std::max(stores.longest, std::chrono::duration<Float64>(Clock::now() - begin).count());
+        std::this_thread::sleep_for(BETWEEN_STORES);
     }
     return stores;
 }
@@ -99,7 +102,6 @@ std::vector<Row> CompactLoaded(const Setting& setting) {
     const auto ours = [&] { return Compact(setting, library); };
     const auto peer = [&] {
         std::filesystem::remove(setting.At("written"));
-        SyncBare(setting.scratch);
         return MeasureProgram({"dd", "if=" + bytes, "of=" + setting.At("written"), "bs=1M", "conv=fsync", "status=none"});
     };
     const Comparison comparison = Compare((setting.runs + 1) / 2, ours, peer);

@@ -17,7 +17,7 @@ std::string GetLibrary(const Setting& setting, Int count) {
     // Elsewhere, so that its memory doesn't help or hinder what is measured here.
     MeasureInChild([&] { WriteLibraryIndex(MakeLibraryModel(count), unfinished); });
     std::filesystem::rename(unfinished, library);
-    SyncBare(library);
+    SyncBareFiles(library);
     return library;
 }
 
