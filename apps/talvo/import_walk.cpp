@@ -52,15 +52,17 @@ void ImportWalk::Add(const std::string& path) {
     if (kind == IO_DETECT::FILE || _folders == FOLDERS::AS_ONE) {
         if (_repository && LiesIn(source, *_repository))
             return Fail(IllegalArgumentError::Create(FormatMessage("\"@\" lies in the repository itself.", source)));
-        _items.push_back({url, source, MakeName(source)});
+        _items.push_back({url, source, MakeName(source), {}});
         return;
     }
-    WalkFolder(url, source);
+    WalkFolder(url, source, MakeName(source).GetCString());
 }
 
-void ImportWalk::WalkFolder(const Url& folder, const std::string& source) {
+void ImportWalk::WalkFolder(const Url& folder, const std::string& source, const std::string& name) {
     if (IsRepository(folder)) return PassOver(source, "it is the repository itself");
+    _inFolders.push_back(name);
     const Result<void> outcome = TryWalkFolder(folder, source);
+    _inFolders.pop_back();
     if (outcome.IsError()) Fail(outcome.GetError());
 }
 
@@ -80,7 +82,7 @@ Result<void> ImportWalk::TryWalkFolder(const Url& folder, const std::string& sou
 
 Result<void> ImportWalk::AddEntry(const Url& url, const std::string& source, IO_DETECT kind) {
     if (kind == IO_DETECT::FILE) {
-        _items.push_back({url, source, MakeName(source)});
+        _items.push_back({url, source, MakeName(source), _inFolders});
         return OK;
     }
     if (kind == IO_DETECT::FAILED) {
@@ -90,7 +92,7 @@ Result<void> ImportWalk::AddEntry(const Url& url, const std::string& source, IO_
     const IoConnectionRef connection = TRY(url.OpenConnection());
     const Bool isLink = TRY(connection->IoIsLink());
     if (kind == IO_DETECT::DIRECTORY && !isLink) {
-        WalkFolder(url, source);
+        WalkFolder(url, source, std::string(url.GetName()));
     } else {
         PassOver(source, !isLink                        ? "it is neither a file nor a folder"
                          : kind == IO_DETECT::DIRECTORY ? "it is a link to a folder"

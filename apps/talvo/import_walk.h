@@ -14,8 +14,9 @@ class Output;
 /// What is to be stored as one asset.
 struct ImportItem {
     Url url;
-    std::string source;  ///< the path as the user would write it
-    String name;         ///< for people
+    std::string source;                ///< the path as the user would write it
+    String name;                       ///< for people
+    std::vector<std::string> folders;  ///< names of the folders that lead to it, from the one that was asked for
 };
 
 /// Walks folders in the order of their names. Hidden entries below a folder are passed over and counted; links to folders, fifos and the like
@@ -35,7 +36,7 @@ public:
     Int GetPassedOverCount() const { return _passedOver; }
 
 private:
-    void WalkFolder(const Url& folder, const std::string& source);
+    void WalkFolder(const Url& folder, const std::string& source, const std::string& name);
     Result<void> TryWalkFolder(const Url& folder, const std::string& source);
     Result<void> AddEntry(const Url& url, const std::string& source, IO_DETECT kind);
     void PassOver(const std::string& source, const char* reason);
@@ -46,6 +47,7 @@ private:
     const FOLDERS _folders;
     Output& _output;
     std::vector<ImportItem> _items;
+    std::vector<std::string> _inFolders;  // that are being walked
     Int _failures = 0;
     Int _passedOver = 0;
 };

@@ -14,17 +14,36 @@ constexpr std::chrono::milliseconds PAUSE(10);
 
 }  // namespace
 
-Importer::Importer(AssetRepositoryRef repository, const std::vector<ImportItem>& items, Options options)
-    : _repository(std::move(repository)), _items(items), _options(std::move(options)), _outcomes(items.size()) {}
+Importer::Importer(AssetRepositoryRef repository, const std::vector<ImportItem>& items, const ImportPlan& plan, Options options)
+    : _repository(std::move(repository)), _items(items), _plan(plan), _options(std::move(options)), _outcomes(items.size()) {}
 
-Result<AssetDescription> Importer::Store(const ImportItem& item) const {
-    return CatchOutOfMemory([&]() -> Result<AssetDescription> {
+Result<Importer::Outcome> Importer::Store(const ImportItem& item, const ImportPlanItem& plan) const {
+    return CatchOutOfMemory([&]() -> Result<Outcome> {
+        Outcome outcome;
+        AssetDescription known;
+        if (_options.id) {
+            known = TRY(_repository->FindLatestAsset(Id(), *_options.id, Id(), ASSET_FIND_MODE::WITHOUT_BASES));
+            if (known) outcome.state = IMPORT_STATE::UPDATED;
+        } else if (plan.candidates) {
+            known = TRY(plan.candidates->Choose(item.url, outcome.state));
+        }
+        if (outcome.state == IMPORT_STATE::UNCHANGED) {
+            outcome.description = known;
+            return outcome;
+        }
         FileToStore file;
-        file.id = TRY(_options.id ? Result<Id>(*_options.id) : AssetInterface::MakeUuid("file", true));
+        if (_options.id) {
+            file.id = *_options.id;
+        } else {
+            file.id = TRY(known ? Result<Id>(known->GetIdAndVersion().first) : AssetInterface::MakeUuid("file", true));
+        }
         file.source = item.url;
         file.sourceName = item.name;
         file.name = _options.name;
-        return StoreFile(_repository, file);
+        file.category = plan.category;
+        file.subtype = plan.subtype;
+        outcome.description = TRY(StoreFile(_repository, file));
+        return outcome;
     });
 }
 
@@ -32,7 +51,7 @@ void Importer::Work() {
     while (!Signals::IsInterrupted()) {
         const std::size_t index = _next++;
         if (index >= _items.size()) break;
-        Result<AssetDescription> outcome = Store(_items[index]);
+        Result<Outcome> outcome = Store(_items[index], _plan.Get(index));
         const std::lock_guard lock(_lock);
         _outcomes[index] = std::move(outcome);
     }
@@ -61,7 +80,7 @@ void Importer::Run(OutcomeReceiver receiver, FunctionRef<void()> wait) {
 
 std::size_t Importer::HandOut(std::size_t next, OutcomeReceiver receiver, std::unique_lock<std::mutex>& lock) {
     for (; next < _items.size() && _outcomes[next]; next++) {
-        const Result<AssetDescription> outcome = *std::exchange(_outcomes[next], {});
+        const Result<Outcome> outcome = *std::exchange(_outcomes[next], {});
         lock.unlock();
         receiver(_items[next], outcome);
         lock.lock();

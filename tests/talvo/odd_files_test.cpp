@@ -116,7 +116,7 @@ TEST_F(OddFilesTest, WhatCanNotBeReadIsNamedAndDoesNotStopTheOthers) {
               {"a folder nobody may look into", "failfrom@1:EACCES", "in/locked", 3, "Check the permissions"}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
-        const ProgramOutcome outcome = Run({"import", shelf, _scratch / "in", "--json"},
+        const ProgramOutcome outcome = Run({"import", shelf, _scratch / "in", "--json", "--new"},
                                            {.environment = {{"TALVO_IO_PLAN", c.plan}, {"TALVO_IO_SCOPE", _scratch / c.where}}});
         EXPECT_EQ(outcome.exitCode, 1);
         EXPECT_EQ(ReadJsonLines(outcome.out).size(), c.stored);

@@ -104,7 +104,9 @@ std::vector<JsonObject> ProgramTest::List(const std::string& repository, const W
     Words words{"list", repository};
     words.insert(words.end(), options.begin(), options.end());
     std::vector<JsonObject> listed = RunJson(words);
-    std::erase_if(listed, [](const JsonObject& object) { return object.Text("type") == "net.talvo.assettype.database"; });
+    std::erase_if(listed, [](const JsonObject& object) {
+        return object.Text("type") == "net.talvo.assettype.database" || object.Text("type") == "net.talvo.assettype.category";
+    });
     return listed;
 }
 

@@ -44,7 +44,7 @@ TEST_F(RoadTest, ImportedFilesAreListedAndReadBack) {
     _scratch.Write("in/sub/empty", "");
     const std::vector<JsonObject> imported = RunJson({"import", shelf, _scratch / "in"});
     ASSERT_EQ(imported.size(), 3u);
-    EXPECT_EQ(imported[0].Keys(), "repository id type version counter origin time deleted name bytes source");
+    EXPECT_EQ(imported[0].Keys(), "repository id type version counter origin time deleted name bytes source state");
     EXPECT_EQ(imported[0].Text("source"), _scratch / "in/chair.obj");
     EXPECT_EQ(imported[0].Text("name"), "chair.obj");
     EXPECT_EQ(imported[0].Text("repository"), "repo-shelf");
