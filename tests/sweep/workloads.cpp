@@ -73,6 +73,13 @@ Step JustOpen() {
     };
 }
 
+Step Compact() {
+    return [](Session& session) -> Result<void> {
+        const AssetRepositoryRef repository = TRY(session.Open());
+        return dynamic_cast<CompactableAssetRepositoryInterface&>(*repository).Compact();
+    };
+}
+
 /// With a value of the user on a built-in asset.
 Step StartModule() {
     return [](Session&) -> Result<void> {
@@ -94,6 +101,10 @@ std::vector<Workload> MakeWorkloads() {
     rich.push_back(SetFile("a", "file", "two.txt", 2));
     std::vector<Step> two = rich;
     two.push_back(Store("a", "two.txt"));
+    std::vector<Step> indexed = two;
+    indexed.push_back(Compact());
+    std::vector<Step> dropped = indexed;
+    dropped.push_back(SetValue("other", "key", "new", 2));
     std::vector<Step> deleted = one;
     deleted.push_back(Delete("a"));
     return {
@@ -119,6 +130,14 @@ std::vector<Workload> MakeWorkloads() {
          rich,
          {SetFile("a", "file", "other.bin", 2), SetFile("a", "tree", "folder", 6), SetFile("a", "file", "", 2)}},
         {"create-repository", {}, {JustOpen()}, Workload::OPENING::WITH_FAULTS},
+        {"compact", two, {Compact()}},
+        {"compact-again", dropped, {Compact(), Store("other", "one.txt"), Compact()}},
+        {"change-indexed-store", indexed, {Store("a", "folder"), Store("new", "one.txt")}},
+        {"change-indexed-overwrite", indexed, {Overwrite("a", "other.bin")}, Workload::OPENING::BEFORE_FAULTS, true},
+        {"change-indexed-erase", indexed, {Erase("a"), Erase("other"), Delete("a")}},
+        {"change-indexed-metadata", indexed, {SetValue("a", "key2", "new", 2), SetValue("a", "key6", "", 6)}},
+        {"open-indexed", indexed, {JustOpen()}, Workload::OPENING::WITH_FAULTS, false, true, true},
+        {"open-dropped", dropped, {JustOpen()}, Workload::OPENING::WITH_FAULTS, false, true, true},
         {"open-again", rich, {JustOpen()}, Workload::OPENING::WITH_FAULTS, false, true, true},
         {.name = "start-module",
          .before = one,

@@ -81,7 +81,7 @@ std::vector<std::string> World::ListHidden(std::vector<std::string>& foreign) co
         if (!fs::exists(*this / place)) continue;
         for (const auto& entry : fs::recursive_directory_iterator(*this / place)) {
             const std::string name = entry.path().filename().string();
-            if (!name.starts_with('.')) continue;
+            if (!name.starts_with('.') || name == ".~index") continue;  // an index that was dropped is kept
             (name.starts_with(".~") ? ours : foreign).push_back(entry.path().string());
         }
     }

@@ -119,11 +119,11 @@ Result<std::vector<UrlAssetRepositoryImpl::Compaction::Item>> UrlAssetRepository
         const auto records = TRY(_repository.ListRecords());
         items.reserve(records.size());
         for (const auto& [aid, type] : records) items.push_back({aid, type, Id()});
-        for (const std::string& directory : _start.changedByOthers) found.push_back({directory, std::nullopt});
+        for (const std::string& directory : _start.changedByOthers) found.push_back({directory});
     } else {
         found = TRY(_repository.ListAssetDirectories());
     }
-    TRY(_repository.ReadInfos(found));
+    TRY(_repository.ReadInfos(found, UNREADABLE::FAIL));
     for (const FoundAsset& asset : found) {
         if (!asset.info) continue;
         const Id directory = TRY(Id::Create(asset.directory));

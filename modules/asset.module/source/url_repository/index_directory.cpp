@@ -22,7 +22,13 @@ constexpr std::string_view DIRECTORY_MARK = "d\t";
 constexpr std::string_view ALL_MARK = "a";
 constexpr std::string_view COUNTER_MARK = "v\t";
 
-Bool IsDirectory(const Url& url) { return url.IoDetect() == IO_DETECT::DIRECTORY; }
+/// Makes it where nothing is. Errors: IoError; IllegalStateError if something else has its place, which may lead anywhere.
+Result<void> MakeOwnDirectory(const Url& directory) {
+    const Bool isThere = TRY(IsTreeDirectory(directory));
+    if (isThere) return OK;
+    if (directory.IoDetect() == IO_DETECT::NOT_THERE) return MakeDirectory(directory);
+    return IllegalStateError::Create(FormatMessage("@ is no directory, so no index can be written. Move it away.", directory));
+}
 
 /// A name that a line can hold.
 Bool FitsLine(std::string_view name) {
@@ -93,12 +99,13 @@ std::string IndexDirectory::MakeTag() {
 
 Result<Opt<IndexSource>> IndexDirectory::Find() const {
     IndexSource source;
-    if (IsDirectory(_index)) {
+    const Bool isVisible = TRY(IsTreeDirectory(_index));
+    if (isVisible) {
         source.entries = TRY(FindIndexRanges(_index));
         source.generation = ReadGeneration(_index);
         return Opt<IndexSource>(std::move(source));
     }
-    if (!IsDirectory(_dropped)) return Opt<IndexSource>();
+    if (!IsTreeDirectory(_dropped).GetValueOr(false)) return Opt<IndexSource>();
     // The journal first: what comes into it later was not changed yet when the rest is read.
     const Result<Opt<Journal>> journal = ReadJournal();
     if (journal.IsError() || !journal.GetValue() || !IsBelieved(*journal.GetValue())) return Opt<IndexSource>();
@@ -169,12 +176,13 @@ Result<void> IndexDirectory::AppendLine(const Url& journal, const std::string& l
 
 /// Afterwards `_index` is not there, and `state` knows the journal, if there is a dropped index.
 Result<void> IndexDirectory::EnsureJournal(State& state) {
-    const Bool isVisible = IsDirectory(_index);
+    const Bool isVisible = TRY(IsTreeDirectory(_index));
     if (!isVisible && state.journal.IsPopulated() && state.journal.IoDetect() == IO_DETECT::FILE) return OK;
     state.journal = Url();
     state.noted = {};
     if (isVisible) return Drop(state);
-    if (!IsDirectory(_dropped)) return OK;
+    const Bool isDropped = TRY(IsTreeDirectory(_dropped));
+    if (!isDropped) return OK;
     const Opt<Url> journal = TRY(FindJournal());
     if (!journal) return OK;
     // Whoever stopped in the midst of a line must not have it go on with the next one.
@@ -257,13 +265,15 @@ Result<IndexDirectory::Start> IndexDirectory::BeginCompaction() {
     Start start;
     start.stamp = GetChangeStamp();
     start.counter = ReadVersionFile(_root);
-    if (IsDirectory(_index)) {
+    const Bool isVisible = TRY(IsTreeDirectory(_index));
+    if (isVisible) {
         // Nobody has changed anything since it was written: the first who does will drop it.
         start.generation = ReadGeneration(_index);
         return start;
     }
     Opt<Journal> journal;
-    if (IsDirectory(_dropped)) {
+    const Bool isDropped = TRY(IsTreeDirectory(_dropped));
+    if (isDropped) {
         Result<Opt<Journal>> read = ReadJournal();
         if (read.IsOk()) journal = std::move(read).GetValue();
     }
@@ -274,7 +284,7 @@ Result<IndexDirectory::Start> IndexDirectory::BeginCompaction() {
         start.changedByOthers = std::move(journal->changedByOthers);
         TRY(journal->file.IoRename(file, RENAME_MODE::NO_REPLACE));
     } else {
-        TRY(MakeDirectory(_dropped));
+        TRY(MakeOwnDirectory(_dropped));
         TRY(WriteNewFile(file, {}));
     }
     start.journal = name;
@@ -284,7 +294,7 @@ Result<IndexDirectory::Start> IndexDirectory::BeginCompaction() {
 
 Bool IndexDirectory::IsUnchangedSince(const Start& start) const {
     if (GetChangeStamp() != start.stamp) return false;
-    if (start.journal.empty()) return IsDirectory(_index) && ReadGeneration(_index) == start.generation;
+    if (start.journal.empty()) return IsTreeDirectory(_index).GetValueOr(false) && ReadGeneration(_index) == start.generation;
     const Url file = _dropped + start.journal;
     return file.IoDetect() == IO_DETECT::FILE && file.GetContentLength().GetValueOr(-1) == start.journalSize;
 }
@@ -299,7 +309,7 @@ Result<void> IndexDirectory::Publish(const Url& work, const std::vector<std::str
         DeleteHidden(_root, hidden);
         TRY(SyncNames(_root));
     }
-    TRY(MakeDirectory(_index));
+    TRY(MakeOwnDirectory(_index));
     for (const std::string& name : names) {
         const Url from = work + name;
         const Url to = _index + name;
@@ -314,7 +324,7 @@ Result<void> IndexDirectory::Publish(const Url& work, const std::vector<std::str
 
 Result<void> IndexDirectory::PublishBeside(const Url& work, const char* name, const std::string& modified) {
     auto state = _state.Write();
-    if (!IsDirectory(_index) || ReadGeneration(_index) != modified) return OK;
+    if (!IsTreeDirectory(_index).GetValueOr(false) || ReadGeneration(_index) != modified) return OK;
     TRY((work + name).IoRename(_index + name, RENAME_MODE::REPLACE));
     return SyncNames(_index);
 }
@@ -324,7 +334,8 @@ Result<void> IndexDirectory::Remove(REMOVE what) {
     std::vector<Url> victims = {_index};
     if (what == REMOVE::DROPPED_TOO) victims.push_back(_dropped);
     for (const Url& directory : victims) {
-        if (!IsDirectory(directory)) continue;
+        const Bool isThere = TRY(IsTreeDirectory(directory));
+        if (!isThere) continue;
         const Url hidden = TRY(HideDirectory(directory));
         DeleteHidden(_root, hidden);
     }

@@ -53,7 +53,7 @@ constexpr int INDEX_TRIES = 5;
 }  // namespace
 
 // The reading of many small files keeps several cores busy; the order in which they are told stays that of their names.
-Result<void> UrlAssetRepositoryImpl::ReadInfos(std::vector<FoundAsset>& assets) {
+Result<void> UrlAssetRepositoryImpl::ReadInfos(std::vector<FoundAsset>& assets, UNREADABLE policy) {
     const Int count = Int(assets.size());
     const Int threads = std::min(Int(std::thread::hardware_concurrency()), count / ASSETS_OF_A_THREAD);
     return DoSideBySide(count, threads, [&](Int index) -> Result<void> {
@@ -61,9 +61,10 @@ Result<void> UrlAssetRepositoryImpl::ReadInfos(std::vector<FoundAsset>& assets) 
         Result<Opt<AssetInfo>> info = ReadAssetInfo(GetRoot() + asset.directory);
         if (info.IsOk()) {
             asset.info = std::move(info).GetValue();
-        } else if (OutOfMemoryError::IsClassOf(info.GetError())) {
-            return info.GetError();  // nothing is wrong with the asset
+        } else if (policy == UNREADABLE::FAIL || OutOfMemoryError::IsClassOf(info.GetError())) {
+            return info.GetError();
         } else {
+            asset.isUnreadable = true;
             Log(LOG_LEVEL::WARNING, "An asset is left out: @", info.GetError()->GetMessage());
         }
         return OK;
@@ -81,12 +82,14 @@ Result<void> UrlAssetRepositoryImpl::LoadExistingIdsImpl(AssetIdReceiver receive
     if (_index->scansTree) {
         assets = TRY(ListAssetDirectories());
     } else {
-        for (const std::string& directory : changed) assets.push_back({directory, std::nullopt});
+        for (const std::string& directory : changed) assets.push_back({directory});
         std::sort(assets.begin(), assets.end(),
                   [](const FoundAsset& first, const FoundAsset& second) { return first.directory < second.directory; });
     }
-    TRY(ReadInfos(assets));
+    TRY(ReadInfos(assets, UNREADABLE::LEAVE_OUT));
     for (const FoundAsset& asset : assets) {
+        // The asset is there: no index may be written from what is in memory.
+        if (asset.isUnreadable) _knownGeneration = {};
         // A directory that names no asset is none of ours, or damaged: the others stand.
         if (!asset.info) continue;
         Data* adata = TRY(receiver(asset.info->id, types.Get(asset.info->type)));
@@ -173,8 +176,7 @@ Result<std::vector<UrlAssetRepositoryImpl::FoundAsset>> UrlAssetRepositoryImpl::
     std::vector<FoundAsset> assets;
     const BaseArray<IoEntry> entries = TRY(BrowseTree(GetRoot()));
     for (const IoEntry& entry : entries) {
-        if (entry.kind == IO_DETECT::DIRECTORY && entry.name != INDEX_DIRECTORY_NAME)
-            assets.push_back({entry.name, std::nullopt});
+        if (entry.kind == IO_DETECT::DIRECTORY && entry.name != INDEX_DIRECTORY_NAME) assets.push_back({entry.name});
     }
     return assets;
 }

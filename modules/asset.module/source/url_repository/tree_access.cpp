@@ -100,6 +100,15 @@ Result<Url> HideDirectory(const Url& directory) {
     return hidden;
 }
 
+Result<Bool> IsTreeDirectory(const Url& url) {
+    const IoConnectionRef connection = TRY(url.OpenConnection());
+    const IO_DETECT kind = connection->IoDetect();
+    if (kind == IO_DETECT::FAILED) return IoError::Create(FormatMessage("@ can't be looked at.", url));
+    if (kind != IO_DETECT::DIRECTORY) return false;
+    const Bool isLink = TRY(connection->IoIsLink());
+    return !isLink;
+}
+
 Bool RefusesWrites(const Url& directory) {
     if (directory.GetScheme() != URLSCHEME_FILESYSTEM) return false;
     const Result<std::string> path = directory.GetSystemPath();

@@ -30,6 +30,8 @@ Bool IsBelow(const Url& root, const Url& url);
 Result<void> DeleteBelow(const Url& root, const Url& victim);
 /// Removes what nobody can see any longer; a failure is logged only, since the sweep will find it again.
 void DeleteHidden(const Url& root, const Url& victim);
+/// Whether it is a directory itself, no link to one. Errors: IoError if nobody can tell.
+Result<Bool> IsTreeDirectory(const Url& url);
 /// Gives a directory a hidden name beside its own. @return its new url. Errors: IoError; it is where it was.
 Result<Url> HideDirectory(const Url& directory);
 

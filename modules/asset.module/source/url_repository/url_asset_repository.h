@@ -87,13 +87,15 @@ private:
     /// One directory below the root, and what it says it is.
     struct FoundAsset {
         std::string directory;
-        Opt<AssetInfo> info;
+        Opt<AssetInfo> info{};
+        Bool isUnreadable = false;  ///< it may be an asset
     };
     class TypeIds;
     Result<void> OpenIndex();
     Result<void> LoadIdsOfIndex(UInt32 number, TypeIds& types, AssetIdReceiver receiver);
     Result<std::vector<FoundAsset>> ListAssetDirectories();
-    Result<void> ReadInfos(std::vector<FoundAsset>& assets);
+    enum class UNREADABLE { LEAVE_OUT, FAIL };
+    Result<void> ReadInfos(std::vector<FoundAsset>& assets, UNREADABLE policy);
     struct LoadedVersion;
     Result<Opt<LoadedVersion>> LoadVersion(const Id& aid, const Url& assetDirectory, const VersionDirectory& version);
     Result<void> LoadVersionId(const VersionDirectory& version, const VersionContent& content, LoadedVersion& loaded);
