@@ -50,6 +50,13 @@ Bool Syncs(const std::string& name) { return name == "SYNC" || name == "SYNC_DIR
 
 std::string GetParent(const std::string& path) { return fs::path(path).parent_path().string(); }
 
+/// Brings `path` from below `from` to below `to`. @return whether it lay there.
+Bool Move(std::string& path, const std::string& from, const std::string& to) {
+    const Bool isThere = path == from || path.starts_with(from + "/");
+    if (isThere) path = to + path.substr(from.size());
+    return isThere;
+}
+
 void Append(const std::string& path, const std::string& bytes) {
     if (fs::exists(path)) std::ofstream(path, std::ios::binary | std::ios::app) << bytes;
 }
@@ -74,17 +81,27 @@ PowerLoss::PowerLoss(const std::string& tracePath) {
     if (_events.empty()) GiveUp("the trace " + tracePath + " holds nothing");
 }
 
+// What is synced under the name that it has by then is safe as well.
 Bool PowerLoss::IsSafe(std::size_t index, std::size_t end) const {
     const Event& event = _events[index];
     const Bool bytes = ChangesBytes(event.name);
+    std::string file = event.path;
+    std::string first = GetParent(event.path);
+    std::string second = GetParent(event.second);
     Bool firstSafe = false;
     Bool secondSafe = event.second.empty();
     for (std::size_t i = index + 1; i < end; ++i) {
         const Event& later = _events[i];
-        if (bytes && later.name == "SYNC" && later.path == event.path) return true;
+        if (later.name == "RENAME" || later.name == "EXCHANGE") {
+            for (std::string* path : {&file, &first, &second}) {
+                const Bool moved = Move(*path, later.path, later.second);
+                if (!moved && later.name == "EXCHANGE") Move(*path, later.second, later.path);
+            }
+        }
+        if (bytes && later.name == "SYNC" && later.path == file) return true;
         if (bytes || later.name != "SYNC_DIRECTORY") continue;
-        firstSafe = firstSafe || later.path == GetParent(event.path);
-        secondSafe = secondSafe || later.path == GetParent(event.second);
+        firstSafe = firstSafe || later.path == first;
+        secondSafe = secondSafe || later.path == second;
     }
     return firstSafe && secondSafe;
 }

@@ -213,8 +213,11 @@ TEST_F(Index, AChangeDropsItAndTheJournalKeepsItOfUse) {
     // Someone who knows no journal stored: nothing but the tree is believed.
     _scratch.Write("repo/version", "9\n");
     EXPECT_NE(DescribeAll(Open()), after);
+    // Nor when one of ours stored on top of that.
+    Store(Open(), "later", "l");
+    EXPECT_EQ(DescribeAll(Open()), DescribeTree());
     _scratch.Write("repo/b/asset.info", info);
-    EXPECT_EQ(DescribeAll(Open()), after);
+    EXPECT_EQ(DescribeAll(Open()), DescribeTree());
 }
 
 TEST_F(Index, OthersChangesAreNeverHidden) {

@@ -180,6 +180,7 @@ Result<void> IndexDirectory::EnsureJournal(State& state) {
     if (!isVisible && state.journal.IsPopulated() && state.journal.IoDetect() == IO_DETECT::FILE) return OK;
     state.journal = Url();
     state.noted = {};
+    state.counter = {};
     if (isVisible) return Drop(state);
     const Bool isDropped = TRY(IsTreeDirectory(_dropped));
     if (!isDropped) return OK;
@@ -210,6 +211,7 @@ Result<void> IndexDirectory::Drop(State& state) {
     const std::string name = std::string(JOURNAL_PREFIX) + TRY(Uuid::CreateId()).ToString();
     TRY(WriteNewFile(_index + name, isWhole ? MakeCounterLine(counter) : std::string()));
     TRY(SyncTree(_index + name));
+    TRY(SyncNames(_index));
     const Result<void> renamed = _index.IoRename(_dropped, RENAME_MODE::NO_REPLACE);
     if (renamed.IsError()) {
         DeleteHidden(_root, _index + name);
@@ -244,15 +246,26 @@ Bool IndexDirectory::WasChangedHere(std::string_view assetDirectory) const {
 
 Result<void> IndexDirectory::NoteCounterChange() {
     auto state = _state.Write();
-    return EnsureJournal(*state);
+    TRY(EnsureJournal(*state));
+    if (state->journal.IsEmpty()) return OK;
+    const VersionFileState counter = ReadVersionFile(_root);
+    if (state->counter == counter) return OK;
+    // Whoever doesn't know the journal may have stored since. It must not be believed again because of what is written after that.
+    const Opt<Journal> journal = TRY(ReadJournal());
+    if (journal && !journal->namesAll && !IsBelieved(*journal))
+        TRY(AppendLine(state->journal, _tag + "\t" + std::string(ALL_MARK) + "\n"));
+    state->counter = counter;
+    return OK;
 }
 
 // A journal without this line is not believed: the next load takes longer, and nothing is lost.
 void IndexDirectory::NoteCounterChanged() {
     auto state = _state.Write();
     if (state->journal.IsEmpty()) return;
-    const Result<void> noted =
-        CatchOutOfMemory([&] { return AppendLine(state->journal, MakeCounterLine(ReadVersionFile(_root))); });
+    const Result<void> noted = CatchOutOfMemory([&]() -> Result<void> {
+        state->counter = ReadVersionFile(_root);
+        return AppendLine(state->journal, MakeCounterLine(*state->counter));
+    });
     if (noted.IsError())
         Log(LOG_LEVEL::WARNING, "The index of @ can't be used until it is written again: @", _root,
             noted.GetError()->GetMessage());

@@ -57,7 +57,7 @@ public:
     /// An asset is about to be changed in a way that the index would not tell: drops the index and writes the directory's name down, unless that was done.
     /// Errors: IoError; nothing may be changed then.
     Result<void> NoteChange(std::string_view assetDirectory);
-    /// The file `version` is about to be written.
+    /// The file `version` is about to be written. Errors: IoError; it may not be written then.
     Result<void> NoteCounterChange();
     /// The file `version` was written.
     void NoteCounterChanged();
@@ -101,6 +101,7 @@ private:
     struct State {
         Url journal;  // where this object wrote last; empty: nowhere
         HashSet<std::string> noted;
+        Opt<VersionFileState> counter;  // up to which that journal was believed when it was looked at last
     };
     Result<void> EnsureJournal(State& state);
     Result<void> Drop(State& state);
