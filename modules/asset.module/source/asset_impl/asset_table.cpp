@@ -105,7 +105,7 @@ void AssetTable::Expect(Int count) {
     const std::size_t share = std::size_t(count) / SHARDS + std::size_t(count) / (SHARDS * 32) + 1;
     for (Shard& shard : _shards) {
         auto index = shard.index.Write();
-        index->reserve(index->size() + share);
+        EnsureRoomFor(*index, share);
     }
 }
 

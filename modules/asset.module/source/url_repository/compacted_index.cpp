@@ -1,5 +1,7 @@
 #include "url_repository/compacted_index.h"
 
+#include "kernel/base/hash_growth.h"
+
 #include "kernel/io/connection.h"
 #include "url_repository/tree_access.h"
 
@@ -34,7 +36,7 @@ Result<void> CompactedIndex::OpenAll() {
 Result<void> CompactedIndex::Check(IndexText::Taker taker) {
     return CatchOutOfMemory([&]() -> Result<void> {
         TRY(_text.Open(_file->GetBytes(), _range, _directory + "index", taker));
-        _names.reserve(_text.GetMetaDataNames().size());
+        EnsureRoomFor(_names, _text.GetMetaDataNames().size());
         for (const std::string_view name : _text.GetMetaDataNames()) _names.emplace(name, ParseAnyName(name));
         return OK;
     });
