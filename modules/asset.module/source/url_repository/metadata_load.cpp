@@ -74,7 +74,9 @@ Result<Url> UrlAssetRepositoryImpl::GetUrlImpl(const Data& vdata) {
     }
     if (payload.empty()) return Url();
     const Url directory = TRY(GetVersionUrl(vdata));
-    return directory + payload;
+    const Url url = directory + payload;
+    if (vdata.GetPtr<IndexedVersionData>() != nullptr) TRY(CheckNoLink(GetRoot(), url));
+    return url;
 }
 
 Result<Data> UrlAssetRepositoryImpl::ReadValue(const Data& vdata, const InternedId& metaId, KIND kind) const {
@@ -87,6 +89,7 @@ Result<Data> UrlAssetRepositoryImpl::ReadValue(const Data& vdata, const Interned
         // One that could not be compacted lies where it always did.
     }
     const Url versionDirectory = TRY(GetVersionUrl(vdata));
+    if (place) TRY(CheckNoLink(GetRoot(), versionDirectory));
     const Opt<Url> directory = FindMetaDataDirectory(versionDirectory, kind);
     return directory ? ReadMetaDataDocument(*directory, metaId, kind) : Result<Data>(Data());
 }

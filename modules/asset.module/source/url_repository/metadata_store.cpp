@@ -106,6 +106,7 @@ Result<Data> UrlAssetRepositoryImpl::StoreMetaDataImpl(const Data& vdata, const 
     const Url versionDirectory = TRY(GetVersionUrl(vdata));
     const Url directory = TRY(GetMetaDataDirectory(versionDirectory, kind));
     const Bool staged = FindStaged(versionDirectory).has_value();
+    if (!staged) TRY(CheckNoLink(GetRoot(), versionDirectory));
     // A value of a version that is seen is content that an index tells; nobody may begin to write one in the midst of this.
     Opt<RepositoryWriteLock> lock;
     if (IsRepositoryContent(kind) && !staged) {

@@ -78,6 +78,7 @@ Result<AssetStoreResult> UrlAssetRepositoryImpl::StoreImpl(const Asset& asset, B
     CHECK_ARGUMENT(deleteAsset || asset || source, "deleteAsset || asset || source");
     const Id directory = TRY(GetAssetDirectory(adata));
     const Url assetDirectory = GetRoot() + directory.GetView();
+    TRY(CheckNoLink(GetRoot(), assetDirectory));
     const Bool overwrites = overwrittenHash.IsPopulated() && !deleteAsset;
     Opt<Staging> staging;
     if (overwrites) {

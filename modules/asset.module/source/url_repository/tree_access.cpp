@@ -109,6 +109,16 @@ Result<Bool> IsTreeDirectory(const Url& url) {
     return !isLink;
 }
 
+Result<void> CheckNoLink(const Url& root, const Url& url) {
+    for (Url each = url; each != root && IsBelow(root, each); each = each.GetDirectory()) {
+        const Result<IoConnectionRef> connection = each.OpenConnection();
+        // Whoever opens it is told what else is wrong with it.
+        if (connection.IsError() || !connection.GetValue()->IoIsLink().GetValueOr(false)) continue;
+        return IoError::Create(FormatMessage("@ is not followed, since it is a link. Put there what it leads to.", each));
+    }
+    return OK;
+}
+
 Bool RefusesWrites(const Url& directory) {
     if (directory.GetScheme() != URLSCHEME_FILESYSTEM) return false;
     const Result<std::string> path = directory.GetSystemPath();

@@ -32,6 +32,9 @@ Result<void> DeleteBelow(const Url& root, const Url& victim);
 void DeleteHidden(const Url& root, const Url& victim);
 /// Whether it is a directory itself, no link to one. Errors: IoError if nobody can tell.
 Result<Bool> IsTreeDirectory(const Url& url);
+/// Names that no walk found, but an index told, may be links, which are not followed in a repository. What isn't there is none.
+/// Errors: IoError if `url` or a directory between it and `root`, above it, is a link.
+Result<void> CheckNoLink(const Url& root, const Url& url);
 /// Gives a directory a hidden name beside its own. @return its new url. Errors: IoError; it is where it was.
 Result<Url> HideDirectory(const Url& directory);
 
