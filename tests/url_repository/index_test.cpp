@@ -24,39 +24,7 @@ protected:
     static constexpr KIND VERSIONED = KIND::PERSISTENT | KIND::VERSIONED;
     static constexpr KIND USER = KIND::PERSISTENT | KIND::USER;
 
-    static CompactableAssetRepositoryInterface& Indexed(const AssetRepositoryRef& repository) {
-        return As<CompactableAssetRepositoryInterface>(repository);
-    }
     static void Compact(const AssetRepositoryRef& repository) { Need(Indexed(repository).Compact()); }
-    /// All that can be read: versions as in Describe, each with its values.
-    static std::vector<std::string> DescribeAll(const AssetRepositoryRef& repository) {
-        std::vector<std::string> lines = Describe(repository);
-        const auto mode = MODE::ALL_VERSIONS | MODE::WITH_DELETED | MODE::WITHOUT_BASES;
-        std::vector<std::string> values;
-        Need(FindAssets(repository, {}, Id(), Id(), mode, [&](const AssetDescription& found) -> Result<Bool> {
-            for (const auto& [id, kind] : Need(found->GetMetaData()->GetExistingEntries())) {
-                if (HasFlag(kind, KIND::DERIVED)) continue;
-                const Opt<Data> value = Need(found->GetMetaData()->Get(id));
-                values.push_back(ToText(found) + " " + std::string(id.GetView()) + " " +
-                                 std::to_string(UInt32(kind) & ~UInt32(1)) + " " + (value ? value->ToString() : "-"));
-            }
-            return true;
-        }));
-        std::sort(values.begin(), values.end());
-        lines.insert(lines.end(), values.begin(), values.end());
-        return lines;
-    }
-    /// The same of a copy of the tree that has no index.
-    std::vector<std::string> DescribeTree() const {
-        fs::remove_all(_scratch / "copy");
-        fs::copy(_scratch / "repo", _scratch / "copy", fs::copy_options::recursive);
-        fs::remove_all(_scratch / "copy/_index");
-        fs::remove_all(_scratch / "copy/.~index");
-        UrlRepositoryRequest request;
-        request.url = _scratch.GetUrl() + "copy";
-        request.access = UrlRepositoryRequest::ACCESS::WRITABLE;
-        return DescribeAll(Need(OpenUrlRepository(request)));
-    }
     Result<void> Set(const AssetRepositoryRef& repository, std::string_view aid, std::string_view key, const char* value,
                      KIND kind) {
         const AssetDescription asset = FindLatest(repository, MakeId(aid));

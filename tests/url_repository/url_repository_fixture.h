@@ -74,6 +74,38 @@ protected:
         for (const auto& entry : byId) lines.insert(lines.end(), entry.second.begin(), entry.second.end());
         return lines;
     }
+    static CompactableAssetRepositoryInterface& Indexed(const AssetRepositoryRef& repository) {
+        return As<CompactableAssetRepositoryInterface>(repository);
+    }
+    /// All that can be read: versions as in Describe, each with its values.
+    static std::vector<std::string> DescribeAll(const AssetRepositoryRef& repository) {
+        std::vector<std::string> lines = Describe(repository);
+        const auto mode = MODE::ALL_VERSIONS | MODE::WITH_DELETED | MODE::WITHOUT_BASES;
+        std::vector<std::string> values;
+        Need(FindAssets(repository, {}, Id(), Id(), mode, [&](const AssetDescription& found) -> Result<Bool> {
+            for (const auto& [id, kind] : Need(found->GetMetaData()->GetExistingEntries())) {
+                if (HasFlag(kind, KIND::DERIVED)) continue;
+                const Opt<Data> value = Need(found->GetMetaData()->Get(id));
+                values.push_back(ToText(found) + " " + std::string(id.GetView()) + " " +
+                                 std::to_string(UInt32(kind) & ~UInt32(1)) + " " + (value ? value->ToString() : "-"));
+            }
+            return true;
+        }));
+        std::sort(values.begin(), values.end());
+        lines.insert(lines.end(), values.begin(), values.end());
+        return lines;
+    }
+    /// The same of a copy of the tree that has no index.
+    std::vector<std::string> DescribeTree() const {
+        std::filesystem::remove_all(_scratch / "copy");
+        std::filesystem::copy(_scratch / "repo", _scratch / "copy", std::filesystem::copy_options::recursive);
+        std::filesystem::remove_all(_scratch / "copy/_index");
+        std::filesystem::remove_all(_scratch / "copy/.~index");
+        UrlRepositoryRequest request;
+        request.url = _scratch.GetUrl() + "copy";
+        request.access = UrlRepositoryRequest::ACCESS::WRITABLE;
+        return DescribeAll(Need(OpenUrlRepository(request)));
+    }
     static std::vector<std::string> IdsOf(const AssetRepositoryRef& repository) {
         std::vector<std::string> ids;
         for (const std::string& line : Describe(repository)) ids.push_back(line.substr(0, line.find('/')));

@@ -61,7 +61,8 @@ Bool compacted::PackDigest(std::string_view text, Digest& digest) {
 }
 
 ErrorRef CompactedMetaData::MakeError(std::string_view why) const {
-    return FileFormatError::Create(FormatMessage("@ is damaged: @ Remove the folder _index and compact again.", _file, why));
+    return FileFormatError::Create(
+        FormatMessage("@ is damaged: @ Remove @ and compact again.", _file, why, _file.GetDirectory().GetDirectory()));
 }
 
 Result<StrongRef<CompactedMetaData>> CompactedMetaData::Open(const Url& file) {

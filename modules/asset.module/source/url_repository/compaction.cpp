@@ -9,11 +9,14 @@
 #include "url_repository/asset_info.h"
 #include "url_repository/hash_file.h"
 #include "url_repository/loaded_index.h"
+#include "url_repository/metadata_file_name.h"
 #include "url_repository/tree_access.h"
 
 #include <algorithm>
 
 namespace talvo {
+
+LockClass UrlAssetRepositoryImpl::compactionLockClass{"compaction", LOCK_FLAGS::IO | LOCK_FLAGS::CALLBACKS};
 
 namespace {
 
@@ -23,6 +26,14 @@ constexpr const char* TREE_NAME = "index.dat";
 constexpr int COMPACTION_TRIES = 5;
 /// How much of the work is the reading of what goes into it.
 constexpr Float64 SHARE_OF_READING = 0.6;
+
+/// Whether a value is the file of that key beside the others; a document may hold a url to any.
+Bool IsFileOf(const Data& value, const InternedId& key) {
+    const Url* url = value.GetPtr<Url>();
+    if (!url || url->GetScheme() != "meta"_id) return false;
+    const Opt<MetaDataFileName> name = ParseMetaDataFileName(url->GetName());
+    return name && name->form == MetaDataFileName::FORM::FILE && name->key == key.GetView();
+}
 
 Result<void> CheckGoesOn() {
     return Job::IsCurrentCancelled() ? Result<void>(OperationCancelledError::Create()) : Result<void>(OK);
@@ -45,7 +56,10 @@ Result<void> UrlAssetRepositoryImpl::Compact(UInt first, UInt last) {
 
 Result<Bool> UrlAssetRepositoryImpl::CompactOnce(UInt first, UInt last, FunctionRef<Result<void>(Float64)> progress) {
     if (!IsWritable()) return IllegalStateError::Create(FormatMessage("Repository @ isn't writable", GetId()));
-    Result<Bool> written = CatchOutOfMemory([&] { return Compaction(*this, {first, last}, progress).Run(); });
+    Result<Bool> written = CatchOutOfMemory([&] {
+        const ScopedWriteLock turn(_compactionLock);
+        return Compaction(*this, {first, last}, progress).Run();
+    });
     // An older one may not tell what this one could not.
     if (written.IsError()) RemoveIndex(IndexDirectory::REMOVE::VISIBLE).Ignore("the error at hand tells more");
     HandleBaseChanged(GetSelf(), false);
@@ -54,16 +68,31 @@ Result<Bool> UrlAssetRepositoryImpl::CompactOnce(UInt first, UInt last, Function
 
 Result<Bool> UrlAssetRepositoryImpl::Compaction::Run() {
     {
-        const RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_repository._lock));
+        const RepositoryWriteLock lock = TRY(RepositoryWriteLock::CreateExclusive(_repository._lock));
         _start = TRY(_repository._indexDirectory.BeginCompaction());
     }
-    const std::string name = TRY(MakeWorkName());
-    const Url work = _repository.GetRoot() + name;
-    TRY(work.IoCreateDirectory());
-    Result<Bool> written = CatchOutOfMemory([&] { return RunIn(work); });
-    _writer.reset();
-    DeleteHidden(_repository.GetRoot(), work);
-    return written;
+    Result<Bool> written = CatchOutOfMemory([&]() -> Result<Bool> {
+        const std::string name = TRY(MakeWorkName());
+        const Url work = _repository.GetRoot() + name;
+        TRY(work.IoCreateDirectory());
+        Result<Bool> done = CatchOutOfMemory([&] { return RunIn(work); });
+        _writer.reset();
+        DeleteHidden(_repository.GetRoot(), work);
+        return done;
+    });
+    if (written.IsOk() && written.GetValue()) return written;
+    return Abandon(std::move(written));
+}
+
+/// What can't be read may have been on its way out.
+Result<Bool> UrlAssetRepositoryImpl::Compaction::Abandon(Result<Bool> outcome) {
+    IndexDirectory& index = _repository._indexDirectory;
+    const Result<RepositoryWriteLock> lock = RepositoryWriteLock::CreateExclusive(_repository._lock);
+    if (lock.IsError()) return outcome;
+    const Bool mayPass = outcome.IsError() && IoError::IsClassOf(outcome.GetError());
+    if (mayPass && !_isPlaced && !index.IsUnchangedSince(_start)) outcome = false;
+    index.AbandonCompaction(_start).Ignore("the next compaction takes it away");
+    return outcome;
 }
 
 Result<Bool> UrlAssetRepositoryImpl::Compaction::RunIn(const Url& work) {
@@ -81,13 +110,15 @@ Result<Bool> UrlAssetRepositoryImpl::Compaction::RunIn(const Url& work) {
     TRY(WriteNewFile(work + MODIFIED_NAME, _modified));
     TRY(SyncTree(work + MODIFIED_NAME));
     {
-        const RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_repository._lock));
+        const RepositoryWriteLock lock = TRY(RepositoryWriteLock::CreateExclusive(_repository._lock));
         if (!_repository._indexDirectory.IsUnchangedSince(_start)) return false;
         names.emplace_back(MODIFIED_NAME);
+        _isPlaced = true;
         TRY(_repository._indexDirectory.Publish(work, names));
         // What others changed before is in the index, but not in memory.
         const Bool isKnown = _memoryIsTrue && _start.changedByOthers.GetCount() == 0;
-        _repository._knownGeneration = {isKnown ? _modified : std::string(), _start.counter};
+        auto known = _repository._knownGeneration.Write();
+        *known = {isKnown ? _modified : std::string(), _start.counter};
         _repository._hasIndex.store(true, std::memory_order_release);
     }
     _repository.NoteChange();
@@ -107,9 +138,9 @@ IndexRange UrlAssetRepositoryImpl::Compaction::GetFinalRange() const {
 
 /// Whether what is in memory can be taken for what is in the tree, but for what others wrote down in the journal.
 Bool UrlAssetRepositoryImpl::Compaction::IsMemoryTrue() const {
-    const KnownGeneration& known = _repository._knownGeneration;
-    if (known.generation.empty() || known.generation != _start.generation) return false;
-    return !_start.journal.empty() || known.counter == _start.counter;
+    const auto known = _repository._knownGeneration.Read();
+    if (known->generation.empty() || known->generation != _start.generation) return false;
+    return !_start.journal.empty() || known->counter == _start.counter;
 }
 
 Result<std::vector<UrlAssetRepositoryImpl::Compaction::Item>> UrlAssetRepositoryImpl::Compaction::ListItems() {
@@ -119,7 +150,7 @@ Result<std::vector<UrlAssetRepositoryImpl::Compaction::Item>> UrlAssetRepository
         const auto records = TRY(_repository.ListRecords());
         items.reserve(records.size());
         for (const auto& [aid, type] : records) items.push_back({aid, type, Id()});
-        for (const std::string& directory : _start.changedByOthers) found.push_back({directory});
+        found = TRY(_repository.ListChangedDirectories(_start.changedByOthers));
     } else {
         found = TRY(_repository.ListAssetDirectories());
     }
@@ -182,12 +213,12 @@ Result<void> UrlAssetRepositoryImpl::Compaction::WriteVersions(const Item& item,
     if (item.type.IsEmpty() && versions.empty()) return OK;
     _writer->BeginAsset(directory.GetView(), item.aid.GetView(), item.type.GetView());
     TRY(Skip(std::string(directory.GetView()) + "/" + ASSET_INFO_NAME));
+    std::vector<Id> ids;
+    for (const Version& version : versions) ids.push_back(version.description->GetIdAndVersion().second);
+    std::sort(ids.begin(), ids.end());
     for (const Version& version : versions) {
-        const Id& id = version.description->GetIdAndVersion().second;
-        const Bool isDoubled = std::count_if(versions.begin(), versions.end(), [&](const Version& other) {
-                                   return other.description->GetIdAndVersion().second == id;
-                               }) > 1;
-        TRY(WriteVersion(item, directory, version, isDoubled));
+        const auto [first, end] = std::equal_range(ids.begin(), ids.end(), version.description->GetIdAndVersion().second);
+        TRY(WriteVersion(item, directory, version, end - first > 1));
     }
     return OK;
 }
@@ -219,9 +250,8 @@ Result<void> UrlAssetRepositoryImpl::Compaction::WriteVersion(const Item& item, 
         }
         const Data value = TRY(ReadStoredValue(description, key));
         if (value.IsEmpty()) continue;
-        const Url* url = value.GetPtr<Url>();
-        if (url && url->GetScheme() == "meta"_id) {
-            TRY(_writer->AddFile(url->GetName()));
+        if (IsFileOf(value, key)) {
+            TRY(_writer->AddFile(value.GetPtr<Url>()->GetName()));
         } else if (isDoubled || key.GetView() == "index") {
             TRY(_writer->AddFile(name));
         } else {

@@ -33,6 +33,7 @@ private:
         std::string payload;  // empty for a deletion mark
     };
     Result<Bool> RunIn(const Url& work);
+    Result<Bool> Abandon(Result<Bool> outcome);
     Bool IsMemoryTrue() const;
     IndexRange GetFinalRange() const;
     Result<std::vector<Item>> ListItems();
@@ -47,6 +48,7 @@ private:
     const FunctionRef<Result<void>(Float64)> _progress;
     IndexDirectory::Start _start;
     Bool _memoryIsTrue = false;
+    Bool _isPlaced = false;  // it stands in part at least
     Opt<IndexWriter> _writer;
     std::string _modified;       // bytes of `modified.dat`
     std::vector<UInt> _skipped;  // hashes of the paths of files that the index stands for, sorted once all are there

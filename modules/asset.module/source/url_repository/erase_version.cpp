@@ -33,8 +33,10 @@ Result<void> HideAll(const Url& assetDirectory, const std::vector<VersionDirecto
     return outcome;
 }
 
-/// Whether other processes have versions in it, or are about to.
-Result<Bool> IsInUse(const Url& assetDirectory) {
+/// Whether other processes have versions in it, or are about to, or it is none of this asset: an index may name any.
+Result<Bool> IsInUse(const Url& assetDirectory, const Id& aid) {
+    const Opt<AssetInfo> info = TRY(ReadAssetInfo(assetDirectory));
+    if (!info || info->id != aid) return true;
     const std::vector<VersionDirectory> versions = TRY(ScanAssetDirectory(assetDirectory));
     if (!versions.empty()) return true;
     const IoConnectionRef connection = TRY(assetDirectory.OpenConnection());
@@ -54,6 +56,7 @@ Result<void> UrlAssetRepositoryImpl::EraseImpl(const AssetDescription&, const Da
     const Opt<VersionDirectoryName> meaning = ParseVersionDirectoryName(directory.GetName());
     if (!meaning) return IllegalStateError::Create(FormatMessage("@ is not erased, since it is no version.", directory));
     const Url assetDirectory = directory.GetDirectory();
+    TRY(CheckNoLink(GetRoot(), directory));
     std::vector<Hidden> hidden;
     {
         const RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_lock));
@@ -73,7 +76,7 @@ Result<Bool> UrlAssetRepositoryImpl::HandleAssetErasedCompletely(const Id& aid, 
     CHECK_STATE(IsWritable(), "_writable");
     const Id name = TRY(GetAssetDirectory(adata));
     const Url directory = GetRoot() + name.GetView();
-    Result<Opt<Url>> hidden = HideAsset(directory);
+    Result<Opt<Url>> hidden = HideAsset(directory, aid);
     if (hidden.IsError()) {
         Log(LOG_LEVEL::WARNING, "Asset @ stays known, without versions: @", aid, hidden.GetError()->GetMessage());
         return false;
@@ -90,11 +93,12 @@ Result<Bool> UrlAssetRepositoryImpl::HandleAssetErasedCompletely(const Id& aid, 
     return true;
 }
 
-/// Nothing if the directory isn't there, or other processes have versions in it.
-Result<Opt<Url>> UrlAssetRepositoryImpl::HideAsset(const Url& directory) {
+/// Nothing if the directory isn't there, is another one's, or other processes have versions in it.
+Result<Opt<Url>> UrlAssetRepositoryImpl::HideAsset(const Url& directory, const Id& aid) {
     const RepositoryWriteLock lock = TRY(RepositoryWriteLock::Create(_lock));
     if (directory.IoDetect() == IO_DETECT::NOT_THERE) return Opt<Url>();
-    const Bool inUse = TRY(IsInUse(directory));
+    TRY(CheckNoLink(GetRoot(), directory));
+    const Bool inUse = TRY(IsInUse(directory, aid));
     if (inUse) return Opt<Url>();
     TRY(_indexDirectory.NoteChange(directory.GetName()));
     Url hidden = TRY(HideDirectory(directory));

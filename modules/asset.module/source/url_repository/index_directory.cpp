@@ -30,11 +30,6 @@ Result<void> MakeOwnDirectory(const Url& directory) {
     return IllegalStateError::Create(FormatMessage("@ is no directory, so no index can be written. Move it away.", directory));
 }
 
-/// A name that a line can hold.
-Bool FitsLine(std::string_view name) {
-    return !name.empty() && std::none_of(name.begin(), name.end(), [](char c) { return UChar(c) < 0x20; });
-}
-
 std::string ReadGeneration(const Url& index) { return ReadTreeFile(index + MODIFIED_NAME, MAX_COUNTER_SIZE).GetValueOr({}); }
 
 Opt<Int64> ParseInt(std::string_view digits) {
@@ -79,7 +74,7 @@ Result<std::vector<IndexSource::Entry>> FindIndexRanges(const Url& index) {
     const BaseArray<IoEntry> names = TRY(BrowseTree(index));
     for (const IoEntry& entry : names) {
         const Opt<IndexRange> range = ParseIndexRange(entry.name);
-        if (entry.kind != IO_DETECT::DIRECTORY || !range) continue;
+        if (entry.kind != IO_DETECT::DIRECTORY || !range || range->first > range->last) continue;
         const Url directory = index + entry.name;
         if ((directory + "index").IoDetect() == IO_DETECT::FILE) entries.push_back({*range, directory});
     }
@@ -118,20 +113,23 @@ Result<Opt<IndexSource>> IndexDirectory::Find() const {
     return Opt<IndexSource>(std::move(source));
 }
 
-Result<Opt<Url>> IndexDirectory::FindJournal() const {
+/// There is one, unless someone else put more there.
+Result<std::vector<Url>> IndexDirectory::FindJournals() const {
     const BaseArray<IoEntry> names = TRY(BrowseTreeIfThere(_dropped));
+    std::vector<Url> journals;
     for (const IoEntry& entry : names) {
-        if (entry.kind == IO_DETECT::FILE && entry.name.starts_with(JOURNAL_PREFIX)) return Opt<Url>(_dropped + entry.name);
+        if (entry.kind == IO_DETECT::FILE && entry.name.starts_with(JOURNAL_PREFIX)) journals.push_back(_dropped + entry.name);
     }
-    return Opt<Url>();
+    return journals;
 }
 
+/// Nothing if there are several: nobody knows what stands in which.
 Result<Opt<IndexDirectory::Journal>> IndexDirectory::ReadJournal() const {
-    const Opt<Url> file = TRY(FindJournal());
-    if (!file) return Opt<Journal>();
-    const std::string text = TRY(ReadTreeFile(*file, MAX_JOURNAL_SIZE));
+    const std::vector<Url> files = TRY(FindJournals());
+    if (files.size() != 1) return Opt<Journal>();
+    const std::string text = TRY(ReadTreeFile(files.front(), MAX_JOURNAL_SIZE));
     Journal journal;
-    journal.file = *file;
+    journal.file = files.front();
     std::string_view rest = text;
     // A line without its end names a change that was never begun.
     for (std::size_t end = rest.find('\n'); end != std::string_view::npos; end = rest.find('\n')) {
@@ -143,6 +141,11 @@ Result<Opt<IndexDirectory::Journal>> IndexDirectory::ReadJournal() const {
         line.remove_prefix(tab + 1);
         if (line.starts_with(DIRECTORY_MARK)) {
             const std::string name(line.substr(DIRECTORY_MARK.size()));
+            // None of ours; it may lead anywhere.
+            if (!IsAssetDirectoryName(name)) {
+                journal.namesAll = true;
+                continue;
+            }
             TRY(journal.changed.Insert(name));
             if (!isOurs) TRY(journal.changedByOthers.Insert(name));
         } else if (line.starts_with(COUNTER_MARK)) {
@@ -167,9 +170,10 @@ std::string IndexDirectory::MakeCounterLine(const VersionFileState& counter) con
     return _tag + "\t" + std::string(COUNTER_MARK) + text + "\n";
 }
 
+/// Whoever stopped in the midst of a line, be it for lack of space, must not have it go on with this one.
 Result<void> IndexDirectory::AppendLine(const Url& journal, const std::string& line) const {
     const OutputStreamRef stream = TRY(journal.OpenOutputStream(OUTPUT_MODE::APPEND));
-    TRY(stream->Write(line));
+    TRY(stream->Write("\n" + line));
     TRY(stream->Close());
     return SyncTree(journal);
 }
@@ -184,11 +188,8 @@ Result<void> IndexDirectory::EnsureJournal(State& state) {
     if (isVisible) return Drop(state);
     const Bool isDropped = TRY(IsTreeDirectory(_dropped));
     if (!isDropped) return OK;
-    const Opt<Url> journal = TRY(FindJournal());
-    if (!journal) return OK;
-    // Whoever stopped in the midst of a line must not have it go on with the next one.
-    TRY(AppendLine(*journal, "\n"));
-    state.journal = *journal;
+    const std::vector<Url> journals = TRY(FindJournals());
+    if (!journals.empty()) state.journal = journals.front();
     return OK;
 }
 
@@ -227,7 +228,7 @@ Result<void> IndexDirectory::NoteChange(std::string_view assetDirectory) {
     TRY(EnsureJournal(*state));
     const std::string name(assetDirectory);
     if (state->journal.IsPopulated() && !state->noted.Contains(name)) {
-        const std::string what = FitsLine(name) ? std::string(DIRECTORY_MARK) + name : std::string(ALL_MARK);
+        const std::string what = IsAssetDirectoryName(name) ? std::string(DIRECTORY_MARK) + name : std::string(ALL_MARK);
         TRY(AppendLine(state->journal, _tag + "\t" + what + "\n"));
         TRY(state->noted.Insert(name));
     }
@@ -259,11 +260,13 @@ Result<void> IndexDirectory::NoteCounterChange() {
 }
 
 // A journal without this line is not believed: the next load takes longer, and nothing is lost.
-void IndexDirectory::NoteCounterChanged() {
+void IndexDirectory::NoteCounterChanged(UInt number) {
     auto state = _state.Write();
     if (state->journal.IsEmpty()) return;
     const Result<void> noted = CatchOutOfMemory([&]() -> Result<void> {
         state->counter = ReadVersionFile(_root);
+        // Someone who takes no lock was at it right behind us.
+        if (state->counter->number != number) return OK;
         return AppendLine(state->journal, MakeCounterLine(*state->counter));
     });
     if (noted.IsError())
@@ -282,13 +285,20 @@ Result<IndexDirectory::Start> IndexDirectory::BeginCompaction() {
     if (isVisible) {
         // Nobody has changed anything since it was written: the first who does will drop it.
         start.generation = ReadGeneration(_index);
-        return start;
+        if (!start.generation.empty()) return start;
+        // It can't be told from another one.
+        TRY(Drop(*state));
     }
     Opt<Journal> journal;
     const Bool isDropped = TRY(IsTreeDirectory(_dropped));
     if (isDropped) {
         Result<Opt<Journal>> read = ReadJournal();
         if (read.IsOk()) journal = std::move(read).GetValue();
+        if (!journal) {
+            // The one that the others write must be the one that is looked at in the end.
+            const Url hidden = TRY(HideDirectory(_dropped));
+            DeleteHidden(_root, hidden);
+        }
     }
     const std::string name = std::string(JOURNAL_PREFIX) + TRY(Uuid::CreateId()).ToString();
     const Url file = _dropped + name;
@@ -318,8 +328,7 @@ Result<void> IndexDirectory::Publish(const Url& work, const std::vector<std::str
     state->journal = Url();
     state->noted = {};
     if (_dropped.IoDetect() != IO_DETECT::NOT_THERE) {
-        const Url hidden = TRY(HideDirectory(_dropped));
-        DeleteHidden(_root, hidden);
+        TRY(_dropped.IoRename(work + "dropped", RENAME_MODE::NO_REPLACE));
         TRY(SyncNames(_root));
     }
     TRY(MakeOwnDirectory(_index));
@@ -340,6 +349,17 @@ Result<void> IndexDirectory::PublishBeside(const Url& work, const char* name, co
     if (!IsTreeDirectory(_index).GetValueOr(false) || ReadGeneration(_index) != modified) return OK;
     TRY((work + name).IoRename(_index + name, RENAME_MODE::REPLACE));
     return SyncNames(_index);
+}
+
+// Were it left, all later changes would be written down for nobody.
+Result<void> IndexDirectory::AbandonCompaction(const Start& start) {
+    auto state = _state.Write();
+    if (start.journal.empty() || (_dropped + start.journal).IoDetect() != IO_DETECT::FILE) return OK;
+    const std::vector<IndexSource::Entry> entries = TRY(FindIndexRanges(_dropped));
+    if (!entries.empty()) return OK;
+    const Url hidden = TRY(HideDirectory(_dropped));
+    DeleteHidden(_root, hidden);
+    return OK;
 }
 
 Result<void> IndexDirectory::Remove(REMOVE what) {

@@ -59,14 +59,14 @@ public:
     Result<void> NoteChange(std::string_view assetDirectory);
     /// The file `version` is about to be written. Errors: IoError; it may not be written then.
     Result<void> NoteCounterChange();
-    /// The file `version` was written.
-    void NoteCounterChanged();
+    /// The file `version` was written with this number.
+    void NoteCounterChanged(UInt number);
     /// Grows with each change that was noted.
     UInt GetChangeStamp() const { return _stamp.load(std::memory_order_acquire); }
     /// Whether this object noted a change of an asset in this directory ever.
     Bool WasChangedHere(std::string_view assetDirectory) const;
 
-    // Compaction, with the lock held as well.
+    // Compaction. The lock is held as well, so that no change stands between its note and its end.
 
     /// What a compaction must not take from memory.
     struct Start {
@@ -81,10 +81,12 @@ public:
     Result<Start> BeginCompaction();
     /// Whether nothing was changed since.
     Bool IsUnchangedSince(const Start& start) const;
-    /// Places index directories and the files beside them, each a name in `work`; others that are there stay. The dropped index goes.
+    /// Places index directories and the files beside them, each a name in `work`; others that are there stay. The dropped index goes, into `work`.
     Result<void> Publish(const Url& work, const std::vector<std::string>& names);
     /// Places a further file, unless the index is another one by now than that whose `modified.dat` says this.
     Result<void> PublishBeside(const Url& work, const char* name, const std::string& modified);
+    /// It came to nothing: a journal that was begun for it, and stands beside no index, goes.
+    Result<void> AbandonCompaction(const Start& start);
     /// What is taken away.
     enum class REMOVE { VISIBLE, DROPPED_TOO };
     /// Takes `_index` away for good.
@@ -105,7 +107,7 @@ private:
     };
     Result<void> EnsureJournal(State& state);
     Result<void> Drop(State& state);
-    Result<Opt<Url>> FindJournal() const;
+    Result<std::vector<Url>> FindJournals() const;
     Result<Opt<Journal>> ReadJournal() const;
     Result<void> AppendLine(const Url& journal, const std::string& line) const;
     Bool IsBelieved(const Journal& journal) const;

@@ -4,6 +4,7 @@
 #include "kernel/text/format.h"
 #include "kernel/text/message_text.h"
 #include "kernel/thread/side_by_side.h"
+#include "url_repository/asset_directory_name.h"
 
 #include <algorithm>
 #include <array>
@@ -71,6 +72,10 @@ Tally CountBytes(std::string_view text) {
 
 Bool IsIndexableName(std::string_view name) { return IsPlainName(name); }
 
+Bool IsAssetDirectoryName(std::string_view name) {
+    return IsPlainName(name) && name.front() != '.' && name != INDEX_DIRECTORY_NAME;
+}
+
 Opt<IndexRange> ParseIndexRange(std::string_view name) {
     const std::size_t dash = name.find('-');
     if (dash == std::string_view::npos) return std::nullopt;
@@ -104,8 +109,8 @@ public:
 
 private:
     ErrorRef MakeError(UInt line, std::string_view why) const {
-        return FileFormatError::Create(
-            FormatMessage("Line @ of @ is wrong: @ Remove the folder _index and compact again.", line, _file, why));
+        return FileFormatError::Create(FormatMessage("Line @ of @ is wrong: @ Remove @ and compact again.", line, _file, why,
+                                                     _file.GetDirectory().GetDirectory()));
     }
     Bool IsAtTabs(UInt count) const {
         const std::string_view rest = std::string_view(_index._text).substr(_position, count);
@@ -120,8 +125,8 @@ private:
     /// Structure and numbers.
     Result<void> PassRecord(UInt& tabs) {
         const std::string_view directory = TRY(NeedLine("the name of a directory"));
-        if (directory.empty() || directory == "." || directory == "..")
-            return MakeError(_line - 1, "no directory has that name.");
+        if (directory.empty() || directory.front() == '.' || directory == INDEX_DIRECTORY_NAME)
+            return MakeError(_line - 1, "no asset has a directory of that name.");
         if (directory.size() > LONGEST_NAME) return MakeError(_line - 1, "the name of a directory is too long.");
         const std::string_view id = TRY(NeedLine("an asset id"));
         const std::string_view type = TRY(NeedLine("an asset type"));

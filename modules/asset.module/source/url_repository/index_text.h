@@ -30,6 +30,8 @@ Opt<IndexRange> ParseIndexRange(std::string_view name);
 /// `<first>-<last>`
 std::string MakeIndexRangeName(const IndexRange& range);
 
+/// Whether an asset's directory can have that name: one that can stand in the text, and that a walk through the tree would look into.
+Bool IsAssetDirectoryName(std::string_view name);
 /// Whether a name can stand in the text: a plain component of a path without control characters.
 Bool IsIndexableName(std::string_view name);
 

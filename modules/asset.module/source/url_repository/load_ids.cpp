@@ -82,14 +82,15 @@ Result<void> UrlAssetRepositoryImpl::LoadExistingIdsImpl(AssetIdReceiver receive
     if (_index->scansTree) {
         assets = TRY(ListAssetDirectories());
     } else {
-        for (const std::string& directory : changed) assets.push_back({directory});
-        std::sort(assets.begin(), assets.end(),
-                  [](const FoundAsset& first, const FoundAsset& second) { return first.directory < second.directory; });
+        assets = TRY(ListChangedDirectories(changed));
     }
     TRY(ReadInfos(assets, UNREADABLE::LEAVE_OUT));
     for (const FoundAsset& asset : assets) {
         // The asset is there: no index may be written from what is in memory.
-        if (asset.isUnreadable) _knownGeneration = {};
+        if (asset.isUnreadable) {
+            auto known = _knownGeneration.Write();
+            *known = {};
+        }
         // A directory that names no asset is none of ours, or damaged: the others stand.
         if (!asset.info) continue;
         Data* adata = TRY(receiver(asset.info->id, types.Get(asset.info->type)));
@@ -125,7 +126,11 @@ Result<void> UrlAssetRepositoryImpl::OpenIndex() {
         // Without a counter a repository was published with its index, which then is all there is.
         const Bool isBehind = counter.exists && (!counter.number || *counter.number > index->GetLast());
         index->scansTree = index->GetCount() == 0 || (isVisible && isBehind);
-        _knownGeneration = {index->GetGeneration(), counter};
+        {
+            // Whoever stored without dropping the index may have changed what it tells, too.
+            auto known = _knownGeneration.Write();
+            *known = {index->scansTree ? std::string() : index->GetGeneration(), counter};
+        }
         _index = std::move(index);
         return OK;
     }
@@ -170,6 +175,18 @@ Result<void> UrlAssetRepositoryImpl::LoadIdsOfIndex(UInt32 number, TypeIds& type
         }
         return enter();
     });
+}
+
+/// Those of them that a walk through the tree would meet: a journal may name what is gone, or a link. What nobody can tell of is kept.
+Result<std::vector<UrlAssetRepositoryImpl::FoundAsset>> UrlAssetRepositoryImpl::ListChangedDirectories(
+    const HashSet<std::string>& names) const {
+    std::vector<FoundAsset> assets;
+    for (const std::string& directory : names) {
+        if (IsTreeDirectory(GetRoot() + directory).GetValueOr(true)) assets.push_back({directory});
+    }
+    std::sort(assets.begin(), assets.end(),
+              [](const FoundAsset& first, const FoundAsset& second) { return first.directory < second.directory; });
+    return assets;
 }
 
 Result<std::vector<UrlAssetRepositoryImpl::FoundAsset>> UrlAssetRepositoryImpl::ListAssetDirectories() {

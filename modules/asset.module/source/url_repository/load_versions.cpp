@@ -48,7 +48,7 @@ struct UrlAssetRepositoryImpl::LoadedVersion {
 
 Result<void> UrlAssetRepositoryImpl::LoadVersionsImpl(const Id& aid, const Id& type, const Data& adata,
                                                       AssetVersionReceiver receiver) {
-    std::vector<UInt> indexed;
+    HashSet<UInt> indexed;
     if (const IndexedAssetData* place = adata.GetPtr<IndexedAssetData>()) {
         const std::string_view directory = _index->Get(place->index).GetText().GetRecord(place->record).directory;
         if (!_indexDirectory.WasChangedHere(directory)) {
@@ -64,13 +64,13 @@ Result<void> UrlAssetRepositoryImpl::LoadVersionsImpl(const Id& aid, const Id& t
 
 /// @param known numbers that are known otherwise.
 Result<void> UrlAssetRepositoryImpl::LoadTreeVersions(const Id& aid, const Id& type, const Id& assetDirectory,
-                                                      const std::vector<UInt>& known, AssetVersionReceiver receiver) {
+                                                      const HashSet<UInt>& known, AssetVersionReceiver receiver) {
     const Url directory = GetRoot() + assetDirectory.GetView();
     const std::vector<VersionDirectory> versions = TRY(ScanAssetDirectory(directory));
     Opt<UInt> last;
     for (const VersionDirectory& version : versions) {
         const UInt number = version.meaning.number;
-        if (last == number || std::find(known.begin(), known.end(), number) != known.end()) continue;
+        if (last == number || known.Contains(number)) continue;
         Opt<LoadedVersion> loaded = TRY(LoadVersion(aid, directory, version));
         if (!loaded) continue;
         last = number;
@@ -84,7 +84,7 @@ Result<void> UrlAssetRepositoryImpl::LoadTreeVersions(const Id& aid, const Id& t
 
 /// @param numbers of the versions that were delivered.
 Result<Bool> UrlAssetRepositoryImpl::LoadIndexedVersions(const Id& aid, const Id& type, const IndexedAssetData& first,
-                                                         AssetVersionReceiver receiver, std::vector<UInt>& numbers) {
+                                                         AssetVersionReceiver receiver, HashSet<UInt>& numbers) {
     const Bool more = TRY(LoadIndexedVersions(aid, type, IndexPlace{first.index, first.record}, receiver, numbers));
     if (!more) return false;
     for (const IndexPlace& place : _index->FindMorePlaces(aid)) {
@@ -95,18 +95,18 @@ Result<Bool> UrlAssetRepositoryImpl::LoadIndexedVersions(const Id& aid, const Id
 }
 
 Result<Bool> UrlAssetRepositoryImpl::LoadIndexedVersions(const Id& aid, const Id& type, const IndexPlace& place,
-                                                         AssetVersionReceiver receiver, std::vector<UInt>& numbers) {
+                                                         AssetVersionReceiver receiver, HashSet<UInt>& numbers) {
     const CompactedIndex& index = _index->Get(place.index);
     const IndexText::Record record = index.GetText().GetRecord(place.record);
     UInt position = record.versions;
     UInt begin = position;
     IndexText::Version version;
     for (; index.GetText().ReadVersion(position, version); begin = position) {
-        if (std::find(numbers.begin(), numbers.end(), version.number) != numbers.end()) continue;
+        if (numbers.Contains(version.number)) continue;
         const Data vdata(IndexedVersionData{place.index, place.record, begin});
         Opt<LoadedVersion> loaded = TRY(LoadIndexedVersion(aid, index, version, vdata));
         if (!loaded) continue;
-        numbers.push_back(version.number);
+        TRY(numbers.Insert(version.number));
         const Bool goOn = TRY(DeliverVersion(vdata, aid, type, *loaded, receiver));
         if (!goOn) return false;
     }

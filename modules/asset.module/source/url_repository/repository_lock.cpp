@@ -11,6 +11,7 @@ constexpr FileLockOptions LOCK_OPTIONS{.file = FileLockOptions::EXISTING, .milli
 }  // namespace
 
 LockClass RepositoryLock::lockClass{"lock between processes", LOCK_FLAGS::IO};
+LockClass RepositoryLock::turnLockClass{"changes of a repository", LOCK_FLAGS::IO};
 
 RepositoryLock::State::State(Url url) : file(std::move(url), LOCK_OPTIONS) {}
 
@@ -30,12 +31,27 @@ void RepositoryLock::Leave() {
 }
 
 Result<RepositoryWriteLock> RepositoryWriteLock::Create(RepositoryLock& lock) {
+    RepositoryWriteLock turn;
+    turn._shared.emplace(lock._turns);
+    return Enter(lock, std::move(turn));
+}
+
+Result<RepositoryWriteLock> RepositoryWriteLock::CreateExclusive(RepositoryLock& lock) {
+    RepositoryWriteLock turn;
+    turn._alone.emplace(lock._turns);
+    return Enter(lock, std::move(turn));
+}
+
+Result<RepositoryWriteLock> RepositoryWriteLock::Enter(RepositoryLock& lock, RepositoryWriteLock turn) {
     TRY(lock.Enter());
-    return RepositoryWriteLock(lock);
+    turn._lock = &lock;
+    return turn;
 }
 
 void RepositoryWriteLock::Unlock() {
     if (_lock) std::exchange(_lock, nullptr)->Leave();
+    _shared.reset();
+    _alone.reset();
 }
 
 }  // namespace talvo

@@ -28,7 +28,7 @@ struct IndexPlace;
 /// So no reader, in this process or another one, ever meets half of anything, and a stop at any moment leaves hidden names only.
 ///
 /// Threads:    any. What one asset needs to have in order is the engine's store lock and metadata lock.
-/// Lock order: version counter, then the lock between processes, then that of the index.
+/// Lock order: that of compactions; version counter, then the lock between processes, then that of the index.
 class UrlAssetRepositoryImpl final : public BaseAssetRepository,
                                      public UrlAssetRepositoryInterface,
                                      public CompactableAssetRepositoryInterface {
@@ -94,6 +94,7 @@ private:
     Result<void> OpenIndex();
     Result<void> LoadIdsOfIndex(UInt32 number, TypeIds& types, AssetIdReceiver receiver);
     Result<std::vector<FoundAsset>> ListAssetDirectories();
+    Result<std::vector<FoundAsset>> ListChangedDirectories(const HashSet<std::string>& names) const;
     enum class UNREADABLE { LEAVE_OUT, FAIL };
     Result<void> ReadInfos(std::vector<FoundAsset>& assets, UNREADABLE policy);
     struct LoadedVersion;
@@ -101,12 +102,12 @@ private:
     Result<void> LoadVersionId(const VersionDirectory& version, const VersionContent& content, LoadedVersion& loaded);
     Result<Id> ComputeVersionId(const Url& versionDirectory, const Url& payload);
     Result<void> LoadTime(LoadedVersion& loaded);
-    Result<void> LoadTreeVersions(const Id& aid, const Id& type, const Id& assetDirectory, const std::vector<UInt>& known,
+    Result<void> LoadTreeVersions(const Id& aid, const Id& type, const Id& assetDirectory, const HashSet<UInt>& known,
                                   AssetVersionReceiver receiver);
     Result<Bool> LoadIndexedVersions(const Id& aid, const Id& type, const IndexedAssetData& first, AssetVersionReceiver receiver,
-                                     std::vector<UInt>& numbers);
+                                     HashSet<UInt>& numbers);
     Result<Bool> LoadIndexedVersions(const Id& aid, const Id& type, const IndexPlace& place, AssetVersionReceiver receiver,
-                                     std::vector<UInt>& numbers);
+                                     HashSet<UInt>& numbers);
     Result<Opt<LoadedVersion>> LoadIndexedVersion(const Id& aid, const CompactedIndex& index, const IndexText::Version& version,
                                                   const Data& vdata);
     Result<void> AddSideMetaData(const Id& aid, const Data& vdata, LoadedVersion& loaded);
@@ -140,7 +141,7 @@ private:
     Result<void> PublishSideTree(const Url& tree, const Url& hidden, const StagedVersion& staged,
                                  std::vector<SideTreeMove>& moves);
     void TakeBack(const std::vector<SideTreeMove>& moves);
-    Result<Opt<Url>> HideAsset(const Url& directory);
+    Result<Opt<Url>> HideAsset(const Url& directory, const Id& aid);
     /// Whether this process made the directory and nobody has looked into it since. True once only.
     Bool TakeFresh(const Id& assetDirectory);
 
@@ -174,7 +175,9 @@ private:
         std::string generation;  // empty: none
         VersionFileState counter;
     };
-    KnownGeneration _knownGeneration;
+    Guarded<KnownGeneration, Spinlock> _knownGeneration;
+    static LockClass compactionLockClass;
+    ARWLock _compactionLock{compactionLockClass};  // two at once would make each other void
     std::atomic<Bool> _hasIndex{false};
     std::atomic<Bool> _hadIndex{false};  // it was opened from one, be it one that a change had dropped
     BackgroundCompaction _background;    // self-synchronised

@@ -72,7 +72,7 @@ Result<void> VersionCounter::Write(State& state, UInt minimum, UInt step) {
     // A counter beyond the index would make the next one who loads read the whole tree.
     TRY(_index.NoteCounterChange());
     TRY(ReplaceFile(_file, std::to_string(highest + step) + "\n"));
-    _index.NoteCounterChanged();
+    _index.NoteCounterChanged(highest + step);
     state.value = highest + step;
     state.written = true;
     return OK;
