@@ -42,6 +42,7 @@ Int32 ReadVersionNumber(const char* text) {
 
 struct State {
     Url home;  // empty: the base directories of the system
+    Id id;
     Application::Version version{ReadVersionNumber(TALVO_VERSION), CString(TALVO_BUILD_ID)};
 };
 
@@ -146,6 +147,17 @@ Result<Application::Version> Application::GetVersion() {
 void Application::SetVersion(Version version) {
     const auto state = GetState().Write();
     std::swap(state->version, version);
+}
+
+Id Application::GetApplicationId() {
+    const auto state = GetState().Read();
+    return state->id;
+}
+
+void Application::SetApplicationId(const Id& id) {
+    Id copy = id;
+    const auto state = GetState().Write();
+    std::swap(state->id, copy);
 }
 
 CString Application::GetVersionText() { return TALVO_VERSION; }

@@ -23,6 +23,9 @@ struct Version {
 /// Errors: none in a build of ours; hosts may replace it by SetVersion.
 Result<Version> GetVersion();
 void SetVersion(Version version);
+/// Id of the application, by which some entries are of no use in it; null: none was set. Set before any browser is made.
+Id GetApplicationId();
+void SetApplicationId(const Id& id);
 /// Human text such as "0.1.0".
 CString GetVersionText();
 

@@ -2,6 +2,7 @@
 
 #include "asset_module/module_fixture.h"
 #include "category_asset.h"
+#include "keyword_asset.h"
 #include "plugin_asset.h"
 #include "subtype_asset.h"
 #include "support/asset_test_support.h"
@@ -67,12 +68,15 @@ TEST_F(BuiltinAssetsInTheModule, areFoundWithTheirNamesFromTheUsersRepository) {
 
 TEST(BuiltinAssets, eachHasANameInBothLanguagesAndACategory) {
     const auto all = Load({}, Id(), EXACT);
-    EXPECT_EQ(all.size(), 6u + 19u + 4u + 2u);
+    EXPECT_EQ(all.size(), 6u + 19u + 4u + 1u + 2u);
     for (const auto& [id, asset] : all) {
         SCOPED_TRACE(id.GetView());
         EXPECT_NE(asset.english, "");
         EXPECT_NE(asset.german, "");
-        EXPECT_EQ(asset.category, asset.type == ASSETTYPE_CATEGORY ? Id() : Id(NODE_CATEGORY_UNCATEGORIZED));
+        Id category = NODE_CATEGORY_UNCATEGORIZED;
+        if (asset.type == ASSETTYPE_CATEGORY) category = Id();
+        if (id == KEYWORD_FAVOURITE) category = CATEGORY_BASE;  // so that the tree shows it
+        EXPECT_EQ(asset.category, category);
     }
     const auto& watchFolders = all.at(CATEGORY_WATCHFOLDERS);
     EXPECT_EQ(watchFolders.english, "Watch Folders");
@@ -90,7 +94,7 @@ TEST(BuiltinAssets, areFoundByTypeAndByIdOrItsBeginning) {
         const char* why;
     };
     const Case cases[] = {
-        {{Id()}, Id(), EXACT, 31, "the null id stands for every type"},
+        {{Id()}, Id(), EXACT, 32, "the null id stands for every type"},
         {{ASSETTYPE_SUBTYPE}, Id(), EXACT, 25, "one type"},
         {{ASSETTYPE_CATEGORY, ASSETTYPE_PLUGIN}, Id(), EXACT, 5, "two types"},
         {{"other"_id}, Id(), EXACT, 0, "a type of somebody else"},
@@ -98,7 +102,7 @@ TEST(BuiltinAssets, areFoundByTypeAndByIdOrItsBeginning) {
         {{ASSETTYPE_CATEGORY}, ASSETSUBTYPE::SCENE, EXACT, 0, "not of this type"},
         {{}, "net.talvo.asset.command.type.object."_id, EXACT, 0, "a beginning is no id"},
         {{}, "net.talvo.asset.command.type.object."_id, PREFIX, 12, "a beginning"},
-        {{}, Id(), PREFIX, 31, "the beginning of all"},
+        {{}, Id(), PREFIX, 32, "the beginning of all"},
     };
     for (const Case& c : cases) EXPECT_EQ(Load(c.types, c.aid, c.mode).size(), c.expected) << c.why;
 }

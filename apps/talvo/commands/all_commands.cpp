@@ -8,6 +8,10 @@ CommandList MakeAllCommands() {
     commands.push_back(MakeImportCommand());
     commands.push_back(MakeListCommand());
     commands.push_back(MakeShowCommand());
+    commands.push_back(MakeSearchCommand());
+    commands.push_back(MakeTreeCommand());
+    commands.push_back(MakeFilterCommand());
+    commands.push_back(MakeExplainCommand());
     commands.push_back(MakeCatCommand());
     commands.push_back(MakeExportCommand());
     commands.push_back(MakeUrlCommand());

@@ -40,5 +40,9 @@ std::unique_ptr<Command> MakeIconCommand();
 std::unique_ptr<Command> MakeCompactCommand();
 std::unique_ptr<Command> MakeIndexCommand();
 std::unique_ptr<Command> MakeDoctorCommand();
+std::unique_ptr<Command> MakeSearchCommand();
+std::unique_ptr<Command> MakeTreeCommand();
+std::unique_ptr<Command> MakeFilterCommand();
+std::unique_ptr<Command> MakeExplainCommand();
 
 }  // namespace talvo

@@ -3,8 +3,10 @@
 #include "asset_types/type_defaults.h"
 #include "category_asset.h"
 #include "colorcategory_asset.h"
+#include "command_asset.h"
 #include "database_asset.h"
 #include "kernel/text/format.h"
+#include "keyword_asset.h"
 #include "nodespace_asset.h"
 #include "plugin_asset.h"
 #include "smartsearch_asset.h"
@@ -53,6 +55,10 @@ constexpr ContentlessKind KINDS[] = {
                                     PLACEHOLDERS::NONE),
     MakeKind<SmartSearchAssetInterface>(ASSETTYPE_SMARTSEARCH, "net.talvo.datatype.smartsearchasset"_id, "smart filter",
                                         "smartsearch.svg", PLACEHOLDERS::TAGS),
+    MakeKind<KeywordAssetInterface>(ASSETTYPE_KEYWORD, "net.talvo.datatype.keywordasset"_id, "keyword", "keyword.svg",
+                                    PLACEHOLDERS::NONE),
+    MakeKind<CommandAssetInterface>(ASSETTYPE_COMMAND, "net.talvo.datatype.commandasset"_id, "command", "keyword.svg",
+                                    PLACEHOLDERS::NONE),
     MakeKind<NodeSpaceAssetInterface>(ASSETTYPE_NODESPACE, "net.talvo.datatype.nodespaceasset"_id, "nodespace", nullptr,
                                       PLACEHOLDERS::TAGS_AND_CATEGORY),
     MakeKind<PluginAssetInterface>(ASSETTYPE_PLUGIN, "net.talvo.datatype.pluginasset"_id, "plugin", nullptr,

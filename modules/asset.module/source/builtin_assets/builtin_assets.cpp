@@ -1,6 +1,7 @@
 #include "builtin_assets/builtin_assets.h"
 
 #include "category_asset.h"
+#include "keyword_asset.h"
 #include "plugin_asset.h"
 #include "subtype_asset.h"
 
@@ -30,6 +31,7 @@ struct ModuleKind {
 
 constexpr ModuleKind SUBTYPE{ASSETTYPE_SUBTYPE, NODE_CATEGORY_UNCATEGORIZED, Make<SubTypeAssetInterface>};
 constexpr ModuleKind CATEGORY{ASSETTYPE_CATEGORY, Id(), Make<CategoryAssetInterface>};
+constexpr ModuleKind KEYWORD{ASSETTYPE_KEYWORD, CATEGORY_BASE, Make<KeywordAssetInterface>};
 constexpr ModuleKind FILE_STANDIN{ASSETTYPE_FILE, NODE_CATEGORY_UNCATEGORIZED, MakeEmptyFile};
 constexpr ModuleKind PLUGIN_STANDIN{ASSETTYPE_PLUGIN, NODE_CATEGORY_UNCATEGORIZED, Make<PluginAssetInterface>};
 
@@ -68,6 +70,7 @@ constexpr ModuleAsset ASSETS[] = {
     {NODE_CATEGORY_UNCATEGORIZED, CATEGORY},
     {CATEGORY_WATCHFOLDERS, CATEGORY},
     {CATEGORY_PRESETS, CATEGORY},
+    {KEYWORD_FAVOURITE, KEYWORD},
     {"net.talvo.asset.file.missingassets"_id, FILE_STANDIN},
     {"net.talvo.asset.plugin.missing"_id, PLUGIN_STANDIN},
 };

@@ -1,0 +1,56 @@
+// Which assets a view lists: first the fixed rules by type, then the filter.
+#pragma once
+
+#include "asset_browser/listing_request.h"
+#include "asset_browser/listing_texts.h"
+#include "browser_filter/filter_expression.h"
+
+#include <unordered_set>
+
+namespace talvo {
+
+/// What becomes of an asset.
+struct AcceptResult {
+    enum class KIND : UChar {
+        HIDDEN,
+        STRUCTURE,  ///< a row of the tree: category, keyword, smart search; in a list: listed
+        CONTENT     ///< in the tree: what makes its category appear
+    };
+    KIND kind = KIND::HIDDEN;
+    String matchText;
+};
+
+/// Threads: as a plain value, of one update.
+class Acceptance {
+public:
+    /// @param expression null: nothing narrows.
+    Acceptance(const ListingRequest& request, ListingTexts& texts, FilterExpressionRef expression, FilterCaches& caches);
+
+    /// Collects what lies in the selected categories, if only that is to be listed. Errors: those of the lookup.
+    Result<void> PrepareParents();
+    /// Errors: those of reading metadata; the asset is then passed over.
+    Result<AcceptResult> Accept(const AssetDescription& asset, Bool asParent);
+
+private:
+    Result<void> AddSubCategories();
+    Result<AcceptResult> AcceptInList(const AssetDescription& asset);
+    Result<AcceptResult> AcceptInTree(const AssetDescription& asset, Bool asParent);
+    Result<AcceptResult> AcceptCategory(const AssetDescription& asset, Bool asParent);
+    Result<Bool> IsListed(const AssetDescription& asset, const Id& type, const Id& aid, const Id& category);
+    Result<Bool> IsOutOfPlace(const AssetDescription& asset, const Id& type, Id& category);
+    Result<Bool> IsTiedToOtherContent(const Id& aid) const;
+    Result<Bool> IsFilteredOut(const AssetDescription& asset, String& matchText);
+    Result<Bool> DependsOnMissing(const AssetDescription& asset);
+    Result<Bool> DependsOnMissing(const AssetDescription& asset, std::unordered_set<std::string>& seen);
+
+    const ListingRequest& _request;
+    ListingTexts& _texts;
+    const FilterExpressionRef _expression;
+    FilterCaches& _caches;
+    HashSet<Id> _parents;
+    HashSet<Id> _directParents;
+    HashSet<Id> _treeParents;
+    Bool _withSubContent = false;
+};
+
+}  // namespace talvo

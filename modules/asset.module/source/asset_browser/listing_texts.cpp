@@ -1,0 +1,93 @@
+#include "asset_browser/listing_texts.h"
+
+#include "asset_browser/row_groups.h"
+#include "asset_presentation.h"
+#include "browser_filter/local_day.h"
+#include "category_asset.h"
+#include "subtype_asset.h"
+
+namespace talvo {
+
+namespace {
+
+constexpr LiteralId UNCATEGORIZED{"net.talvo.assetcategory.uncategorized"};
+constexpr const char* PATH_SEPARATOR = " > ";
+}  // namespace
+
+String GetListingText(const char* key) { return LoadGlobalString(key); }
+String GetListingText(const char* key, Int64 argument) {
+    return String(FormatMessage(LoadGlobalString(key).GetView(), argument));
+}
+String GetListingText(const char* key, const char* argument) {
+    return String(FormatMessage(LoadGlobalString(key).GetView(), argument));
+}
+
+ListingTexts::ListingTexts(AssetRepositoryRef lookupRepository, UniversalDateTime now)
+    : _lookupRepository(std::move(lookupRepository)),
+      _now(now.IsEmpty() ? UniversalDateTime::GetNow() : now),
+      _today(GetLocalDay(_now)) {}
+
+Result<const ListingTexts::Category&> ListingTexts::GetCategory(const Id& id) {
+    const std::string key(id.GetView());
+    if (const auto known = _categories.find(key); known != _categories.end()) return known->second;
+    Category found = TRY(FindCategory(id));
+    return _categories.emplace(key, std::move(found)).first->second;
+}
+
+Result<ListingTexts::Category> ListingTexts::FindCategory(const Id& id) const {
+    Category category;
+    if (id.IsPopulated()) {
+        category.id = id;
+        category.asset = TRY(_lookupRepository->FindLatestAsset(ASSETTYPE_CATEGORY, id, Id(), ASSET_FIND_MODE::LATEST));
+    }
+    if (!category.asset) {
+        category.id = UNCATEGORIZED;
+        category.asset =
+            TRY(_lookupRepository->FindLatestAsset(ASSETTYPE_CATEGORY, UNCATEGORIZED, Id(), ASSET_FIND_MODE::LATEST));
+    }
+    if (!category.asset) return category;
+    const InternedId name(OBJECT_BASE_NAME);
+    category.name = TRY(category.asset->GetMetaString(name, nullptr, String()));
+    BaseArray<String> parts = TRY(CategoryAssetInterface::GetAssetBreadcrumbString(category.asset, _lookupRepository));
+    for (const String& part : parts) category.path += part + String(PATH_SEPARATOR);
+    category.path += category.name;
+    return category;
+}
+
+Result<const String&> ListingTexts::GetTypeName(const Id& type, const Id& subtype) {
+    std::string key(type.GetView());
+    key += '\n';
+    key += subtype.GetView();
+    if (const auto known = _typeNames.find(key); known != _typeNames.end()) return known->second;
+    String name;
+    if (subtype.IsPopulated()) name = TRY(GetAssetTypeName(_lookupRepository, ASSETTYPE_SUBTYPE, subtype, Id(), false, nullptr));
+    if (name.IsEmpty()) name = std::get<0>(GetAssetTypeName(type));
+    return _typeNames.emplace(std::move(key), std::move(name)).first->second;
+}
+
+String ListingTexts::GetTypePrefix(const Id& type) { return std::get<1>(GetAssetTypeName(type)); }
+
+Result<const String&> ListingTexts::GetRepositoryName(const AssetDescription& asset) {
+    const std::string key(asset->GetRepositoryId().GetView());
+    if (const auto known = _repositoryNames.find(key); known != _repositoryNames.end()) return known->second;
+    String name;
+    if (const AssetRepositoryRef repository = asset->GetRepository()) name = TRY(repository->GetRepositoryName(nullptr, false));
+    return _repositoryNames.emplace(key, std::move(name)).first->second;
+}
+
+Result<UniversalDateTime> ListingTexts::GetCreationDate(const AssetDescription& asset) const {
+    const Opt<UniversalDateTime> time = TRY(asset->GetMetaData().Get<UniversalDateTime>(ASSETMETADATA::TIMESTAMP));
+    return time.value_or(UniversalDateTime());
+}
+
+Result<AssetUsage> ListingTexts::GetUsage(const AssetDescription& asset) const {
+    const Opt<AssetUsage> usage = TRY(asset->GetMetaData().Get<AssetUsage>(ASSETMETADATA::USAGE));
+    return usage.value_or(AssetUsage());
+}
+
+Bucket ListingTexts::GetBucket(UniversalDateTime time, const char* missing) const {
+    if (time.IsEmpty()) return {Bucket::NO_DATE, GetListingText(missing)};
+    return GetDayBucket(GetLocalDay(time), _today);
+}
+
+}  // namespace talvo

@@ -1,0 +1,31 @@
+// Which nodes a view of a graph lists.
+#include "asset_browser.h"
+#include "asset_impl/config.h"
+
+namespace talvo {
+
+Result<Bool> AssetBrowserInterface::IsNodeHidden(const AssetDescription& asset, const NodeSystemClassRef& cls) {
+    return CatchOutOfMemory([&]() -> Result<Bool> {
+        if (!asset) return NullptrError::Create("There is no node to ask about.");
+        const Opt<Bool> hidden = TRY(asset->GetMetaData().Get<Bool>("net.talvo.description.data.info.hidden"_id));
+        if (hidden.value_or(false) && !g_showHiddenNodeAssets.Get()) return false;
+        if (!NodeLibrary::AssetSupports(asset, cls)) return false;
+        const Opt<String> tags = TRY(asset->GetMetaData().Get<String>("net.talvo.node.base.filtertags"_id));
+        return !tags || tags->IsEmpty() || tags->GetView().find("morvane") != std::string_view::npos;
+    });
+}
+
+ASSET_SORT_BY AssetBrowserInterface::GetDefaultSortByFromGroupBy(ASSET_GROUP_BY groupBy) {
+    switch (groupBy) {
+        case ASSET_GROUP_BY::CREATIONDATE: return ASSET_SORT_BY::CREATIONDATE;
+        case ASSET_GROUP_BY::USEDATE: return ASSET_SORT_BY::USEDATE;
+        case ASSET_GROUP_BY::USECOUNT: return ASSET_SORT_BY::USECOUNT;
+        case ASSET_GROUP_BY::CATEGORY:
+        case ASSET_GROUP_BY::TYPE:
+        case ASSET_GROUP_BY::DATABASE:
+        case ASSET_GROUP_BY::NONE: return ASSET_SORT_BY::NAME;
+    }
+    return ASSET_SORT_BY::NOT_GIVEN;
+}
+
+}  // namespace talvo

@@ -1,0 +1,152 @@
+#include "asset_browser/row_sort.h"
+
+#include "kernel/text/casing.h"
+#include "kernel/thread/job.h"
+
+#include <algorithm>
+#include <cstring>
+#include <numeric>
+
+namespace talvo {
+
+namespace {
+
+/// So many rows are sorted between two looks at whether anybody still wants them.
+constexpr std::size_t ROWS_OF_A_RUN = 16384;
+
+template <typename T>
+int Compare(const T& first, const T& second) {
+    return first < second ? -1 : second < first ? 1 : 0;
+}
+
+int CompareNames(const String& first, const String& second) { return CompareText(first, second, COMPARE_MODE::DISPLAY); }
+
+std::string_view GetAssetId(const BrowserRow& row) {
+    return row.asset ? row.asset->GetIdAndVersion().first.GetView() : std::string_view();
+}
+
+/// @param texts compares the texts of the two sort values.
+template <typename TEXTS>
+int CompareValues(const BrowserRow& first, const BrowserRow& second, TEXTS&& texts) {
+    const SortValue& left = first.sortValue;
+    const SortValue& right = second.sortValue;
+    if (left.GetForm() != right.GetForm()) return Compare(left.GetForm(), right.GetForm());
+    return left.GetForm() == SortValue::FORM::TEXT ? texts() : Compare(left.GetNumber(), right.GetNumber());
+}
+
+template <typename TEXTS>
+int CompareKeys(const BrowserRow& first, const BrowserRow& second, TEXTS&& texts) {
+    if (first.keys == BrowserRow::KEYS::RELEVANCE) return Compare(first.details->relevanceKeys, second.details->relevanceKeys);
+    const int names = texts();
+    return names != 0 ? names : Compare(first.needsNoRenderer, second.needsNoRenderer);
+}
+
+template <typename TEXTS>
+Bool ComesBefore(const BrowserRow& first, const BrowserRow& second, ASSET_FIRST_ITEMS firstItems, Bool descending,
+                 TEXTS&& texts) {
+    const int direction = descending ? -1 : 1;
+    // Rows of one level have keys of one form, or none.
+    const Bool hasKeys = first.keys != BrowserRow::KEYS::NONE;
+    if (first.keys != second.keys) return hasKeys == (second.keys != BrowserRow::KEYS::NONE) ? first.keys < second.keys : hasKeys;
+    int order = 0;
+    if (hasKeys) {
+        order = CompareKeys(first, second, texts);
+    } else {
+        if (firstItems == ASSET_FIRST_ITEMS::RELEVANT && first.relevant != second.relevant) return first.relevant;
+        if (firstItems == ASSET_FIRST_ITEMS::FAVORITES && first.isMarked != second.isMarked) return first.isMarked;
+        order = CompareValues(first, second, texts);
+    }
+    if (order == 0 && first.keys != BrowserRow::KEYS::NAME) order = CompareNames(first.name, second.name);
+    if (order == 0) order = Compare(GetAssetId(first), GetAssetId(second));
+    return order * direction < 0;
+}
+
+/// Sort keys of the rows' texts, side by side in one block of memory.
+class TextKeys {
+public:
+    explicit TextKeys(const std::vector<BrowserRow>& rows) {
+        _begins.reserve(rows.size() + 1);
+        for (const BrowserRow& row : rows) {
+            _begins.push_back(_bytes.size());
+            if (row.keys != BrowserRow::KEYS::RELEVANCE) _bytes += MakeSortKey(row.sortValue.GetText());
+        }
+        _begins.push_back(_bytes.size());
+    }
+    int Compare(std::size_t first, std::size_t second) const { return Get(first).compare(Get(second)); }
+    /// The first bytes as a number, which decides most comparisons.
+    UInt GetHead(std::size_t row) const {
+        UInt head = 0;
+        const std::string_view key = Get(row);
+        for (std::size_t i = 0; i < sizeof(head); ++i) head = head << 8 | (i < key.size() ? UChar(key[i]) : 0);
+        return head;
+    }
+
+private:
+    std::string_view Get(std::size_t row) const {
+        return std::string_view(_bytes).substr(_begins[row], _begins[row + 1] - _begins[row]);
+    }
+    std::string _bytes;
+    std::vector<std::size_t> _begins;
+};
+
+struct Item {
+    UInt head;
+    UInt32 row;
+};
+
+Result<void> CheckGoesOn() {
+    return Job::IsCurrentCancelled() ? Result<void>(OperationCancelledError::Create()) : Result<void>(OK);
+}
+
+/// std::sort in runs that are merged, with a look in between.
+template <typename LESS>
+Result<void> SortInRuns(std::vector<Item>& items, LESS&& less) {
+    for (std::size_t begin = 0; begin < items.size(); begin += ROWS_OF_A_RUN) {
+        TRY(CheckGoesOn());
+        const std::size_t end = std::min(begin + ROWS_OF_A_RUN, items.size());
+        std::sort(items.begin() + Int(begin), items.begin() + Int(end), less);
+    }
+    std::vector<Item> merged(items.size());
+    for (std::size_t width = ROWS_OF_A_RUN; width < items.size(); width *= 2) {
+        for (std::size_t begin = 0; begin < items.size(); begin += 2 * width) {
+            TRY(CheckGoesOn());
+            const auto at = [&](std::size_t position) { return items.begin() + Int(std::min(position, items.size())); };
+            std::merge(at(begin), at(begin + width), at(begin + width), at(begin + 2 * width), merged.begin() + Int(begin), less);
+        }
+        items.swap(merged);
+    }
+    return CheckGoesOn();
+}
+
+}  // namespace
+
+Bool ComesBefore(const BrowserRow& first, const BrowserRow& second, ASSET_FIRST_ITEMS firstItems, Bool descending) {
+    return ComesBefore(first, second, firstItems, descending,
+                       [&] { return CompareNames(first.sortValue.GetText(), second.sortValue.GetText()); });
+}
+
+Result<void> SortRows(std::vector<BrowserRow>& rows, const RowConfig& config) {
+    if (rows.size() < 2) return CheckGoesOn();
+    const Bool isByRelevance = config.sortBy == ASSET_SORT_BY::RELEVANCE && !rows.front().isGroup;
+    const Bool isAscending = config.sortOrder == 1 || isByRelevance;
+    if (!isAscending && config.sortOrder != 2) return CheckGoesOn();
+    return CatchOutOfMemory([&]() -> Result<void> {
+        const TextKeys keys(rows);
+        const Bool hasHeads =
+            std::all_of(rows.begin(), rows.end(), [](const BrowserRow& row) { return row.keys == BrowserRow::KEYS::NAME; });
+        std::vector<Item> items(rows.size());
+        for (std::size_t i = 0; i < rows.size(); ++i) items[i] = {hasHeads ? keys.GetHead(i) : 0, UInt32(i)};
+        TRY(SortInRuns(items, [&](const Item& first, const Item& second) {
+            if (first.head != second.head) return (first.head < second.head) == isAscending;
+            return ComesBefore(rows[first.row], rows[second.row], config.firstItems, !isAscending,
+                               [&] { return keys.Compare(first.row, second.row); });
+        }));
+        std::vector<BrowserRow> sorted;
+        sorted.reserve(rows.size());
+        for (const Item& item : items) sorted.push_back(std::move(rows[item.row]));
+        rows = std::move(sorted);
+        return OK;
+    });
+}
+
+}  // namespace talvo

@@ -1,0 +1,106 @@
+#include "browser_filter/filter_expression.h"
+
+#include "browser_filter/asset_evaluation.h"
+#include "keyword_asset.h"
+#include "subtype_asset.h"
+
+#include <algorithm>
+
+namespace talvo {
+
+Result<FilterExpressionRef> FilterExpression::Create(FilterContext context, std::string_view upperText, FilterCaches& caches) {
+    return CatchOutOfMemory([&]() -> Result<FilterExpressionRef> {
+        const auto expression = FilterExpressionRef::Create(std::move(context), ParseFilterTerms(upperText));
+        if (!expression->_terms.conditions.IsEmpty()) TRY(expression->FindPreMatches(caches));
+        return expression;
+    });
+}
+
+BaseArray<String> FilterExpression::GetSearchStrings() const {
+    std::vector<String> strings;
+    for (const FilterCondition& condition : _terms.conditions)
+        strings.insert(strings.end(), condition.values.begin(), condition.values.end());
+    return BaseArray<String>(std::move(strings));
+}
+
+Result<void> FilterExpression::FindPreMatches(FilterCaches& caches) {
+    const Id types[] = {ASSETTYPE_KEYWORD, ASSETTYPE_SUBTYPE};
+    const auto mode = ASSET_FIND_MODE::LATEST | ASSET_FIND_MODE::RANDOM_ORDER | ASSET_FIND_MODE::CANCELLABLE;
+    TRY(FindAssets(_context.lookupRepository, types, Id(), Id(), mode, [&](const AssetDescription& asset) -> Result<Bool> {
+        AssetEvaluation evaluation(_context, asset, caches);
+        PreMatch match{asset->GetIdAndVersion().first, asset->GetTypeId() == ASSETTYPE_KEYWORD, {}};
+        for (Int i = 0; i < _terms.conditions.GetCount(); ++i) {
+            const ConditionMatch met = TRY(evaluation.TestAsReference(_terms.conditions[i], match.isKeyword));
+            if (met.isMet) match.conditions.push_back(UInt32(i));
+        }
+        if (match.conditions.empty()) return true;
+        (match.isKeyword ? _keywords : _subtypes).emplace(std::string(match.aid.GetView()), _preMatches.size());
+        _preMatches.push_back(std::move(match));
+        return true;
+    }));
+    return OK;
+}
+
+void FilterExpression::Use(const PreMatch& match, std::vector<Bool>& met) const {
+    for (const UInt32 condition : match.conditions) met[condition] = true;
+}
+
+Result<void> FilterExpression::UsePreMatches(const AssetDescription& asset, std::vector<Bool>& met, String& matchText,
+                                             FilterCaches& caches) const {
+    if (!_subtypes.empty()) {
+        const Opt<Id> subtype = TRY(asset->GetMetaData().Get<Id>(ASSETMETADATA::SUBTYPE));
+        const auto found = subtype ? _subtypes.find(std::string(subtype->GetView())) : _subtypes.end();
+        if (found != _subtypes.end()) Use(_preMatches[found->second], met);
+    }
+    if (_keywords.empty()) return OK;
+    const Opt<BaseArray<Id>> keywords = TRY(asset->GetMetaData().Get<BaseArray<Id>>(ASSETMETADATA::KEYWORDS));
+    if (!keywords) return OK;
+    for (const Id& keyword : *keywords) {
+        const auto found = _keywords.find(std::string(keyword.GetView()));
+        if (found == _keywords.end()) continue;
+        Use(_preMatches[found->second], met);
+        const String& name = TRY_REF(caches.GetKeywordName(_context.lookupRepository, keyword));
+        AppendMatchText(matchText, name);
+    }
+    return OK;
+}
+
+Result<Bool> FilterExpression::IsFilteredOut(const AssetDescription& asset, String& matchText, FilterCaches& caches) const {
+    return CatchOutOfMemory([&]() -> Result<Bool> {
+        if (_terms.conditions.IsEmpty()) return true;
+        if (_acceptedIds.GetCount() != 0 && _acceptedIds.Contains(asset->GetIdAndVersion().first)) return false;
+        std::vector<Bool> met(std::size_t(_terms.conditions.GetCount()));
+        TRY(UsePreMatches(asset, met, matchText, caches));
+        AssetEvaluation evaluation(_context, asset, caches);
+        for (Int i = 0; i < _terms.conditions.GetCount(); ++i) {
+            if (met[std::size_t(i)]) continue;
+            const ConditionMatch match = TRY(evaluation.Test(_terms.conditions[i]));
+            if (!match.isMet) return true;
+            AppendMatchText(matchText, match.text);
+        }
+        return false;
+    });
+}
+
+Result<void> FilterExpression::Accept(const Id& aid) {
+    TRY(_acceptedIds.Insert(aid));
+    return OK;
+}
+
+Result<ConditionReport> FilterExpression::Explain(const AssetDescription& asset, Int condition, FilterCaches& caches) const {
+    return CatchOutOfMemory([&]() -> Result<ConditionReport> {
+        ConditionReport report;
+        std::vector<Bool> met(std::size_t(_terms.conditions.GetCount()));
+        TRY(UsePreMatches(asset, met, report.matchText, caches));
+        std::vector<std::pair<String, String>> reads;
+        AssetEvaluation evaluation(_context, asset, caches, &reads);
+        const ConditionMatch match = TRY(evaluation.Test(_terms.conditions[condition]));
+        report.isMet = match.isMet || met[std::size_t(condition)];
+        if (met[std::size_t(condition)] && !match.isMet) reads.emplace_back(String("subtype or keyword"), report.matchText);
+        if (match.isMet) report.matchText = match.text;
+        report.reads = BaseArray<std::pair<String, String>>(std::move(reads));
+        return report;
+    });
+}
+
+}  // namespace talvo

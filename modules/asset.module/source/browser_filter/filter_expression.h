@@ -1,0 +1,70 @@
+// The conditions of a filter text, held against assets.
+#pragma once
+
+#include "browser_filter/filter_caches.h"
+#include "browser_filter/filter_terms.h"
+
+namespace talvo {
+
+/// What conditions are understood in.
+struct FilterContext {
+    AssetRepositoryRef lookupRepository;
+    NodeSystemClassRef nodeSystemClass;
+    Int32 lengthUnitSystem = 0;  ///< 1: lengths in miles, yards, feet and inches; else metric
+};
+
+/// Why an asset does or doesn't meet one condition, for people.
+struct ConditionReport {
+    Bool isMet = false;
+    String matchText;
+    BaseArray<std::pair<String, String>> reads;  ///< what was read of the asset, and its value
+};
+
+class FilterExpression;
+using FilterExpressionRef = StrongRef<FilterExpression>;
+
+/// An asset passes if it meets each condition. Keywords and subtypes are looked at once beforehand: what one of them meets is met by each asset that
+/// refers to it.
+/// Threads: belongs to one update.
+class FilterExpression final : public ObjectInterface {
+public:
+    /// @param upperText in upper case, without options. Errors: those of the lookup; OperationCancelledError.
+    static Result<FilterExpressionRef> Create(FilterContext context, std::string_view upperText, FilterCaches& caches);
+
+    const BaseArray<FilterCondition>& GetConditions() const { return _terms.conditions; }
+    const FilterTypeFlags& GetTypeFlags() const { return _terms.types; }
+    /// The values of all conditions.
+    BaseArray<String> GetSearchStrings() const;
+
+    /// Whether the asset isn't listed. Without any condition nothing is. @param matchText gets why it is.
+    /// Errors: those of reading metadata and of the lookups.
+    Result<Bool> IsFilteredOut(const AssetDescription& asset, String& matchText, FilterCaches& caches) const;
+    /// The asset passes from now on, whatever its version.
+    Result<void> Accept(const Id& aid);
+    /// How one condition alone judges. Errors: as IsFilteredOut.
+    Result<ConditionReport> Explain(const AssetDescription& asset, Int condition, FilterCaches& caches) const;
+
+private:
+    /// A keyword or subtype, and which conditions it meets on behalf of those that refer to it.
+    struct PreMatch {
+        Id aid;
+        Bool isKeyword = false;
+        std::vector<UInt32> conditions;
+    };
+    friend StrongRef<FilterExpression>;
+    FilterExpression(FilterContext context, FilterTerms terms) : _context(std::move(context)), _terms(std::move(terms)) {}
+
+    Result<void> FindPreMatches(FilterCaches& caches);
+    Result<void> UsePreMatches(const AssetDescription& asset, std::vector<Bool>& met, String& matchText,
+                               FilterCaches& caches) const;
+    void Use(const PreMatch& match, std::vector<Bool>& met) const;
+
+    const FilterContext _context;
+    const FilterTerms _terms;
+    std::vector<PreMatch> _preMatches;
+    std::unordered_map<std::string, std::size_t> _subtypes;  // numbers of pre-matches
+    std::unordered_map<std::string, std::size_t> _keywords;
+    HashSet<Id> _acceptedIds;
+};
+
+}  // namespace talvo
