@@ -161,9 +161,11 @@ Result<std::vector<UrlAssetRepositoryImpl::Compaction::Item>> UrlAssetRepository
         items.push_back({asset.info->id, asset.info->type, directory});
     }
     // Of two directories with one id the one that a load meets first counts; one from the tree before the same one from memory.
-    std::stable_sort(items.begin(), items.end(), [](const Item& first, const Item& second) {
+    std::sort(items.begin(), items.end(), [](const Item& first, const Item& second) {
         if (first.aid != second.aid) return first.aid < second.aid;
-        return first.directory.IsPopulated() && second.directory.IsEmpty();
+        if (first.directory.IsEmpty() || second.directory.IsEmpty())
+            return first.directory.IsPopulated() && second.directory.IsEmpty();
+        return first.directory < second.directory;
     });
     items.erase(
         std::unique(items.begin(), items.end(), [](const Item& first, const Item& second) { return first.aid == second.aid; }),

@@ -78,9 +78,10 @@ Result<std::vector<IndexSource::Entry>> FindIndexRanges(const Url& index) {
         const Url directory = index + entry.name;
         if ((directory + "index").IoDetect() == IO_DETECT::FILE) entries.push_back({*range, directory});
     }
-    std::stable_sort(entries.begin(), entries.end(), [](const IndexSource::Entry& first, const IndexSource::Entry& second) {
+    std::sort(entries.begin(), entries.end(), [](const IndexSource::Entry& first, const IndexSource::Entry& second) {
         if (first.range.last != second.range.last) return first.range.last > second.range.last;
-        return first.range.first < second.range.first;
+        if (first.range.first != second.range.first) return first.range.first < second.range.first;
+        return first.directory.GetName() < second.directory.GetName();
     });
     return entries;
 }

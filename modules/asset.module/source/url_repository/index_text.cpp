@@ -239,7 +239,7 @@ Result<void> IndexText::Open(std::string_view text, const IndexRange& range, con
             std::erase(_withoutReturns, '\r');
             _text = _withoutReturns;
         }
-        _records.reserve(_text.size() / (SHORTEST_RECORD * CHUNK) + 1);
+        _records.resize(_text.size() / (SHORTEST_RECORD * CHUNK) + 1);
         Progress progress;
         const auto check = [&]() -> Result<void> {
             const Result<void> checked = CatchOutOfMemory(
@@ -268,8 +268,9 @@ Result<void> IndexText::Open(std::string_view text, const IndexRange& range, con
 }
 
 void IndexText::AddRecord(UInt position) {
-    if (_recordCount % CHUNK == 0) _records.push_back(std::make_unique<std::array<UInt, CHUNK>>());
-    (*_records.back())[_recordCount % CHUNK] = position;
+    auto& chunk = _records[_recordCount / CHUNK];
+    if (!chunk) chunk = std::make_unique<std::array<UInt, CHUNK>>();
+    (*chunk)[_recordCount % CHUNK] = position;
     ++_recordCount;
 }
 

@@ -91,7 +91,7 @@ private:
     void AddRecord(UInt position);
 
     std::vector<std::unique_ptr<std::array<UInt, CHUNK>>>
-        _records;  // where each begins; never moved, so that one thread reads while another adds
+        _records;  // where each begins; as many chunks as there may be, so that one thread reads while another adds
     UInt _recordCount = 0;
     UInt _versionCount = 0;
     UInt _highestNumber = 0;
