@@ -35,13 +35,15 @@ protected:
     void Restore() const;
     /// As DamageCase::seen tells it, or "error: ..." of the walk.
     static std::string See(const AssetRepositoryRef& repository);
+    /// Whether all beside the repository is as it was.
+    Bool IsOutsideUntouched() const;
+    Result<UpdatableAssetRepositoryRef> TryOpen() const;
     /// As DamageCase::reported tells it, or "error: ...".
     std::string Verify() const;
 
 private:
     void CheckCase(const DamageCase& damage);
     void Apply(const DamageStep& step) const;
-    Result<UpdatableAssetRepositoryRef> TryOpen() const;
     void CheckStore(const DamageCase& damage);
 
     std::string _outside;

@@ -1,0 +1,66 @@
+// Files of compacted values: as they come, and as the payload of a document that is right around it, so that the columns are reached.
+#include "url_repository/compacted_metadata.h"
+#include "fuzz/fuzz_target.h"
+#include "kernel/base/hashing.h"
+#include "kernel/data/document_binary.h"
+#include "kernel/io/file_utilities.h"
+#include "kernel/io/memory_volume.h"
+#include "url_repository/compacted_metadata_layout.h"
+
+namespace talvo {
+
+namespace {
+
+constexpr std::string_view DIGEST = "aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa";
+
+template <typename T>
+void ExpectFormatError(const Result<T>& result) {
+    if (result.IsOk()) return;
+    FUZZ_EXPECT(FileFormatError::IsClassOf(result.GetError()), result.GetError()->GetMessage());
+}
+
+/// As names are read: past the values of an unknown form.
+std::size_t CountTexts(const BinaryValueView& value) {
+    std::size_t count = 0;
+    const Opt<BinaryValueView> entries = value.FindMember("entries");
+    if (!entries) return value.GetText().value_or(std::string_view()).size();
+    entries->ForEachElement([&](const BinaryValueView& entry) {
+        const Opt<BinaryValueView> text = entry.FindMember("value");
+        count += text ? text->GetText().value_or(std::string_view()).size() : 0;
+        return true;
+    });
+    return count;
+}
+
+void CheckFile(std::string_view bytes) {
+    const MemoryVolumeRef volume = MUST(MemoryVolume::Create());
+    const Url file = volume->GetRoot() + "key";
+    MUST(FileUtilities::WriteFileFromMemory(file, bytes));
+    const Result<StrongRef<CompactedMetaData>> opened = CompactedMetaData::Open(file);
+    ExpectFormatError(opened);
+    if (opened.IsError()) return;
+    for (const std::string_view aid : {"", "a", "b", "c", "zz"}) {
+        for (const std::string_view version : {std::string_view("v1"), std::string_view(), DIGEST}) {
+            for (const Float64 place : {0.0, 0.5, 1.0}) {
+                const auto raw = opened.GetValue()->FindRaw(aid, version, place);
+                ExpectFormatError(raw);
+                if (raw.IsOk() && raw.GetValue()) {
+                    FUZZ_EXPECT(CountTexts(BinaryValueView(raw.GetValue()->bytes)) <= bytes.size(), "");
+                }
+                ExpectFormatError(opened.GetValue()->Find(aid, version, place));
+            }
+        }
+    }
+}
+
+}  // namespace
+
+FUZZ_TARGET(compacted_metadata, bytes) {
+    CheckFile(bytes);
+    std::string document = MakeBinaryDocumentHead(COMPACTED_METADATA, COMPACTED_METADATA, bytes.size());
+    document += bytes;
+    compacted::AppendNumber(document, GetStoredHash64(document));
+    CheckFile(document);
+}
+
+}  // namespace talvo
