@@ -277,6 +277,8 @@ TEST_F(Index, BadTextIsNamedWithItsLine) {
         {head + "\t99999999999999999999999999\n\tv\n\t\tasset.x\n", "Line 4"},
         {head + "\t1\nv\n\t\tasset.x\n", "Line 5"},
         {head + "\t1\n\tv\n", "Line 6"},
+        {head + "\t1\n\tv\n\t\t\n", "Line 6"},
+        {head + "\t1\n\t*\n\t\tasset.x\n", "Line 5"},
         {head + "\t1\n\tv\n\t\t../../etc\n", "Line 6"},
         {head + "\t1\n\tv\n\t\tasset.x\n\t\ta/b.meta\n", "Line 7"},
         {head + "\t1\n\tv\n\t\tasset.x\n\t\t\n", "Line 7"},
@@ -294,6 +296,8 @@ TEST_F(Index, BadTextIsNamedWithItsLine) {
     _scratch.Write("repo/_index/0-5/index", "dir\r\nid\r\ntype\r\n\t1\r\n\tv\r\n\t\tasset.x\r\n");
     fs::remove(_scratch / "repo/version");
     EXPECT_EQ(Need(FindLatest(Need(TryOpen()), MakeId("id"))->GetUrl()).GetPath(), (GetRoot() + "dir/1/asset.x").GetPath());
+    _scratch.Write("repo/_index/0-5/index", head + version + "\t2\n\tdeleted\n\t\tasset.x\n");
+    EXPECT_FALSE(FindLatest(Need(TryOpen()), MakeId("id"))) << "a deletion mark is one, whatever it names";
 }
 
 TEST_F(Index, AFileInItsPlaceIsNone) {

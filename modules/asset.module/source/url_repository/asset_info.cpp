@@ -19,19 +19,19 @@ Bool HasControlCharacter(std::string_view text) {
     return std::any_of(text.begin(), text.end(), [](char c) { return UChar(c) < 0x20 || UChar(c) == 0x7f; });
 }
 
-/// An empty type is read, though none is written: the asset stays known.
-Opt<Id> ParseTypeLine(std::string_view line) {
-    if (line == OLD_NODE_TYPE) return Id(NODE_TYPE);
-    if (line.empty()) return Id();
-    return ParseIdLine(line);
-}
-
 }  // namespace
 
 Opt<Id> ParseIdLine(std::string_view line) {
     if (line.empty() || HasControlCharacter(line)) return std::nullopt;
     Result<Id> id = Id::Create(line);
     return id.IsOk() ? Opt<Id>(std::move(id).GetValue()) : std::nullopt;
+}
+
+// An empty type is read, though none is written: the asset stays known.
+Opt<Id> ParseTypeLine(std::string_view line) {
+    if (line == OLD_NODE_TYPE) return Id(NODE_TYPE);
+    if (line.empty()) return Id();
+    return ParseIdLine(line);
 }
 
 std::string WriteAssetInfoText(const AssetInfo& info) {

@@ -28,5 +28,7 @@ Result<Opt<AssetInfo>> ReadAssetInfo(const Url& assetDirectory);
 
 /// The id on a line of a file of a repository; nothing if it is empty, too long or has control characters.
 Opt<Id> ParseIdLine(std::string_view line);
+/// The type on such a line; it may be empty.
+Opt<Id> ParseTypeLine(std::string_view line);
 
 }  // namespace talvo

@@ -1,5 +1,6 @@
 #include "url_repository/index_text.h"
 
+#include "assets/asset_identity.h"
 #include "kernel/base/id.h"
 #include "kernel/text/format.h"
 #include "kernel/text/message_text.h"
@@ -152,12 +153,15 @@ private:
         const std::string_view versionId = TRY(NeedLine("a version id"));
         if (versionId.size() < 2 || versionId.size() > Id::MAX_LENGTH)
             return MakeError(_line - 1, "the version id is empty or too long.");
+        if (versionId.substr(1) == g_newVersion.GetView()) return MakeError(_line - 1, "no version has that id.");
+        const Bool isMark = versionId.substr(1) == DELETED_VERSION.GetView();
         if (!IsAtTabs(2)) return MakeError(_line, "the name of a payload behind two TABs is missing.");
         tabs += 2;
         std::size_t place = 0;
         for (Bool isPayload = true; IsAtTabs(2); isPayload = false) {
             const std::string_view name = TRY(NeedLine("a name")).substr(2);
-            const Bool isWrong = (name.empty() && !isPayload) || name.size() > LONGEST_NAME || name == "." || name == "..";
+            const Bool isWrong =
+                (name.empty() && !(isPayload && isMark)) || name.size() > LONGEST_NAME || name == "." || name == "..";
             if (isWrong) return MakeError(_line - 1, "no file has that name.");
             tabs += 2;
             if (!isPayload) NoteName(name, place++);

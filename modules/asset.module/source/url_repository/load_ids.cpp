@@ -22,8 +22,9 @@ public:
     }
     Result<Id> Get(std::string_view read) {
         if (const Id* known = Find(read)) return Id(*known);
-        const Id type = TRY(Id::Create(read));
-        return Id(Add(type));
+        const Opt<Id> type = ParseTypeLine(read);
+        if (!type) return FileFormatError::Create(FormatMessage("\"@\" in an index is no type.", read));
+        return Id(Add(*type));
     }
 
 private:

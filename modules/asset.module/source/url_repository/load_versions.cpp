@@ -104,24 +104,21 @@ Result<Bool> UrlAssetRepositoryImpl::LoadIndexedVersions(const Id& aid, const Id
     for (; index.GetText().ReadVersion(position, version); begin = position) {
         if (numbers.Contains(version.number)) continue;
         const Data vdata(IndexedVersionData{place.index, place.record, begin});
-        Opt<LoadedVersion> loaded = TRY(LoadIndexedVersion(aid, index, version, vdata));
-        if (!loaded) continue;
+        LoadedVersion loaded = TRY(LoadIndexedVersion(aid, index, version, vdata));
         TRY(numbers.Insert(version.number));
-        const Bool goOn = TRY(DeliverVersion(vdata, aid, type, *loaded, receiver));
+        const Bool goOn = TRY(DeliverVersion(vdata, aid, type, loaded, receiver));
         if (!goOn) return false;
     }
     return true;
 }
 
-Result<Opt<UrlAssetRepositoryImpl::LoadedVersion>> UrlAssetRepositoryImpl::LoadIndexedVersion(const Id& aid,
-                                                                                              const CompactedIndex& index,
-                                                                                              const IndexText::Version& version,
-                                                                                              const Data& vdata) {
+Result<UrlAssetRepositoryImpl::LoadedVersion> UrlAssetRepositoryImpl::LoadIndexedVersion(const Id& aid,
+                                                                                         const CompactedIndex& index,
+                                                                                         const IndexText::Version& version,
+                                                                                         const Data& vdata) {
     LoadedVersion loaded;
     loaded.deleted = version.versionId == DELETED_VERSION.GetView();
     loaded.versionId = TRY(Id::Create(version.versionId));
-    // Only a deletion mark has no payload.
-    if (version.payload.empty() != loaded.deleted) return Opt<LoadedVersion>();
     loaded.key = {0, version.number, GetId().GetWord()};
     const InternedId time(ASSETMETADATA::TIMESTAMP);
     TRY(loaded.metaData.EnsureCapacity(version.metaDataCount));
@@ -143,7 +140,7 @@ Result<Opt<UrlAssetRepositoryImpl::LoadedVersion>> UrlAssetRepositoryImpl::LoadI
         TRY(loaded.metaData.Insert(meaning->key, std::move(entry)));
     }
     TRY(AddSideMetaData(aid, vdata, loaded));
-    return Opt<LoadedVersion>(std::move(loaded));
+    return loaded;
 }
 
 // Each version needs its time, for its place among the others.

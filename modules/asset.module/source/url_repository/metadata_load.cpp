@@ -70,7 +70,9 @@ Result<Url> UrlAssetRepositoryImpl::GetUrlImpl(const Data& vdata) {
     if (const UrlVersionData* names = vdata.GetPtr<UrlVersionData>()) {
         payload = names->payload.GetView();
     } else if (const IndexedVersionData* place = vdata.GetPtr<IndexedVersionData>()) {
-        payload = _index->Get(place->index).GetText().GetVersion(place->position).payload;
+        const IndexText::Version version = _index->Get(place->index).GetText().GetVersion(place->position);
+        // Others may name one for a deletion mark, too.
+        if (version.versionId != DELETED_VERSION.GetView()) payload = version.payload;
     }
     if (payload.empty()) return Url();
     const Url directory = TRY(GetVersionUrl(vdata));

@@ -108,8 +108,8 @@ private:
                                      HashSet<UInt>& numbers);
     Result<Bool> LoadIndexedVersions(const Id& aid, const Id& type, const IndexPlace& place, AssetVersionReceiver receiver,
                                      HashSet<UInt>& numbers);
-    Result<Opt<LoadedVersion>> LoadIndexedVersion(const Id& aid, const CompactedIndex& index, const IndexText::Version& version,
-                                                  const Data& vdata);
+    Result<LoadedVersion> LoadIndexedVersion(const Id& aid, const CompactedIndex& index, const IndexText::Version& version,
+                                             const Data& vdata);
     Result<void> AddSideMetaData(const Id& aid, const Data& vdata, LoadedVersion& loaded);
     Result<Bool> DeliverVersion(const Data& vdata, const Id& aid, const Id& type, LoadedVersion& loaded,
                                 AssetVersionReceiver receiver);
