@@ -62,6 +62,10 @@ Bool IsNeverListed(const Id& type) {
            type == ASSETTYPE_NODESPACE;
 }
 
+Id GetCategory(const AssetDescription& asset, const AssetFacts* facts) {
+    return facts ? facts->category : CategoryAssetInterface::GetParentCategory(asset);
+}
+
 Bool NeedsCategory(const Id& type) {
     return type == ASSETTYPE_CATEGORY || type == ASSETTYPE_COLORCATEGORY || type == NODE_CONTEXT || type == ASSETTYPE_KEYWORD ||
            type == ASSETTYPE_PLUGIN;
@@ -106,23 +110,23 @@ Result<void> Acceptance::AddSubCategories() {
     return OK;
 }
 
-Result<AcceptResult> Acceptance::Accept(const AssetDescription& asset, Bool asParent) {
-    return _request.mode == ASSET_BROWSE_MODE::CATEGORY_TREE ? AcceptInTree(asset, asParent) : AcceptInList(asset);
+Result<AcceptResult> Acceptance::Accept(const AssetDescription& asset, Bool asParent, const AssetFacts* facts) {
+    return _request.mode == ASSET_BROWSE_MODE::CATEGORY_TREE ? AcceptInTree(asset, asParent, facts) : AcceptInList(asset, facts);
 }
 
-Result<AcceptResult> Acceptance::AcceptInList(const AssetDescription& asset) {
+Result<AcceptResult> Acceptance::AcceptInList(const AssetDescription& asset, const AssetFacts* facts) {
     const Id& type = asset->GetTypeId();
     const Id& aid = asset->GetIdAndVersion().first;
     Id category;
     if (_request.restrictToParents || NeedsCategory(type)) {
-        const Bool isOutOfPlace = TRY(IsOutOfPlace(asset, type, category));
+        const Bool isOutOfPlace = TRY(IsOutOfPlace(asset, type, category, facts));
         if (isOutOfPlace) return Answer(false);
     }
-    const Bool isListed = TRY(IsListed(asset, type, aid, category));
+    const Bool isListed = TRY(IsListed(asset, type, aid, category, facts));
     if (!isListed) return Answer(false);
     AcceptResult accepted = Answer(true);
     if (_expression) {
-        const Bool isOut = TRY(IsFilteredOut(asset, accepted.matchText));
+        const Bool isOut = TRY(IsFilteredOut(asset, accepted.matchText, facts));
         if (isOut) return Answer(false);
         if (_request.restrictToParents && type != ASSETTYPE_CATEGORY) TRY(_expression->Accept(aid));
     }
@@ -134,8 +138,8 @@ Result<AcceptResult> Acceptance::AcceptInList(const AssetDescription& asset) {
 }
 
 /// @param category gets the category that counts.
-Result<Bool> Acceptance::IsOutOfPlace(const AssetDescription& asset, const Id& type, Id& category) {
-    const ListingTexts::Category& found = TRY_REF(_texts.GetCategory(CategoryAssetInterface::GetParentCategory(asset)));
+Result<Bool> Acceptance::IsOutOfPlace(const AssetDescription& asset, const Id& type, Id& category, const AssetFacts* facts) {
+    const ListingTexts::Category& found = TRY_REF(_texts.GetCategory(GetCategory(asset, facts)));
     category = found.id;
     if (category == UNCATEGORIZED) {
         if (type == ASSETTYPE_CATEGORY) return true;
@@ -144,7 +148,8 @@ Result<Bool> Acceptance::IsOutOfPlace(const AssetDescription& asset, const Id& t
     return _request.restrictToParents && !_parents.Contains(category);
 }
 
-Result<Bool> Acceptance::IsListed(const AssetDescription& asset, const Id& type, const Id& aid, const Id& category) {
+Result<Bool> Acceptance::IsListed(const AssetDescription& asset, const Id& type, const Id& aid, const Id& category,
+                                  const AssetFacts* facts) {
     const Bool isBuilder = g_assetBuilderSettings.Get();
     if (IsNeverListed(type)) return false;
     if (type == ASSETTYPE_CATEGORY && _withSubContent) return _directParents.Contains(category);
@@ -152,7 +157,7 @@ Result<Bool> Acceptance::IsListed(const AssetDescription& asset, const Id& type,
     if (type == ASSETTYPE_KEYWORD && aid == KEYWORD_FAVOURITE && _request.mode != ASSET_BROWSE_MODE::CATEGORY_TREE) return false;
     if (type == ASSETTYPE_PLUGIN) {
         if (aid == MISSING_PLUGIN) return false;
-        const Opt<Id> subtype = TRY(asset->GetMetaData().Get<Id>(ASSETMETADATA::SUBTYPE));
+        const Opt<Id> subtype = facts ? Opt<Id>(facts->subtype) : TRY(asset->GetMetaData().Get<Id>(ASSETMETADATA::SUBTYPE));
         if (subtype && *subtype == INTERNAL_MODULE && !isBuilder) return false;
     }
     if (type == ASSETTYPE_COMMAND) {
@@ -162,24 +167,24 @@ Result<Bool> Acceptance::IsListed(const AssetDescription& asset, const Id& type,
     }
     if (type == NODE_TEMPLATE) return AssetBrowserInterface::IsNodeHidden(asset, _request.settings.nodeSystemClass);
     if (type == NODE_DESCRIPTION && !g_allowNodeDescriptionAsset2024.Get()) return false;
-    return IsVisible(asset);
+    return facts ? Result<Bool>(!facts->isHidden) : IsVisible(asset);
 }
 
-Result<Bool> Acceptance::IsFilteredOut(const AssetDescription& asset, String& matchText) {
-    return _expression->IsFilteredOut(asset, matchText, _caches);
+Result<Bool> Acceptance::IsFilteredOut(const AssetDescription& asset, String& matchText, const AssetFacts* facts) {
+    return _expression->IsFilteredOut(asset, matchText, _caches, facts);
 }
 
-Result<AcceptResult> Acceptance::AcceptInTree(const AssetDescription& asset, Bool asParent) {
+Result<AcceptResult> Acceptance::AcceptInTree(const AssetDescription& asset, Bool asParent, const AssetFacts* facts) {
     const Id& type = asset->GetTypeId();
     const Id& aid = asset->GetIdAndVersion().first;
-    if (type == ASSETTYPE_CATEGORY) return AcceptCategory(asset, asParent);
+    if (type == ASSETTYPE_CATEGORY) return AcceptCategory(asset, asParent, facts);
     if (type == ASSETTYPE_SMARTSEARCH) {
         const Bool isUnused = std::any_of(std::begin(UNUSED_SMART_SEARCHES), std::end(UNUSED_SMART_SEARCHES),
                                           [&](const Id& id) { return id == aid; });
         return Answer(!isUnused || !IsReducedApplication());
     }
     if (type == ASSETTYPE_KEYWORD) {
-        const ListingTexts::Category& category = TRY_REF(_texts.GetCategory(CategoryAssetInterface::GetParentCategory(asset)));
+        const ListingTexts::Category& category = TRY_REF(_texts.GetCategory(GetCategory(asset, facts)));
         return Answer(category.id != UNCATEGORIZED);
     }
     if (type == NODE_TEMPLATE) {
@@ -187,12 +192,12 @@ Result<AcceptResult> Acceptance::AcceptInTree(const AssetDescription& asset, Boo
         if (!isListed) return Answer(false);
     }
     if (!_request.IsNarrowed() || _request.categoryOnly) return Answer(true, KIND::CONTENT);
-    AcceptResult accepted = TRY(AcceptInList(asset));
+    AcceptResult accepted = TRY(AcceptInList(asset, facts));
     if (accepted.kind != KIND::HIDDEN) accepted.kind = KIND::CONTENT;
     return accepted;
 }
 
-Result<AcceptResult> Acceptance::AcceptCategory(const AssetDescription& asset, Bool asParent) {
+Result<AcceptResult> Acceptance::AcceptCategory(const AssetDescription& asset, Bool asParent, const AssetFacts* facts) {
     const Id& aid = asset->GetIdAndVersion().first;
     if (aid == CATEGORY_WATCHFOLDERS) return Answer(asParent);
     if (aid == UNUSED_CATEGORY && IsReducedApplication()) return Answer(false);
@@ -203,7 +208,7 @@ Result<AcceptResult> Acceptance::AcceptCategory(const AssetDescription& asset, B
     if (!hasDelegate) {
         if (!_expression) return Answer(true);
         String matchText;
-        const Bool isOut = TRY(IsFilteredOut(asset, matchText));
+        const Bool isOut = TRY(IsFilteredOut(asset, matchText, facts));
         return Answer(!isOut);
     }
     return Answer(_treeParents.Contains(aid) || !_expression);

@@ -28,18 +28,21 @@ public:
 
     /// Collects what lies in the selected categories, if only that is to be listed. Errors: those of the lookup.
     Result<void> PrepareParents();
-    /// Errors: those of reading metadata; the asset is then passed over.
-    Result<AcceptResult> Accept(const AssetDescription& asset, Bool asParent);
+    /// @param facts what is known of the asset; null: it is read. Errors: those of reading metadata; the asset is then passed over.
+    Result<AcceptResult> Accept(const AssetDescription& asset, Bool asParent, const AssetFacts* facts = nullptr);
+    const FilterExpressionRef& GetExpression() const { return _expression; }
+    FilterCaches& GetCaches() const { return _caches; }
 
 private:
     Result<void> AddSubCategories();
-    Result<AcceptResult> AcceptInList(const AssetDescription& asset);
-    Result<AcceptResult> AcceptInTree(const AssetDescription& asset, Bool asParent);
-    Result<AcceptResult> AcceptCategory(const AssetDescription& asset, Bool asParent);
-    Result<Bool> IsListed(const AssetDescription& asset, const Id& type, const Id& aid, const Id& category);
-    Result<Bool> IsOutOfPlace(const AssetDescription& asset, const Id& type, Id& category);
+    Result<AcceptResult> AcceptInList(const AssetDescription& asset, const AssetFacts* facts);
+    Result<AcceptResult> AcceptInTree(const AssetDescription& asset, Bool asParent, const AssetFacts* facts);
+    Result<AcceptResult> AcceptCategory(const AssetDescription& asset, Bool asParent, const AssetFacts* facts);
+    Result<Bool> IsListed(const AssetDescription& asset, const Id& type, const Id& aid, const Id& category,
+                          const AssetFacts* facts);
+    Result<Bool> IsOutOfPlace(const AssetDescription& asset, const Id& type, Id& category, const AssetFacts* facts);
     Result<Bool> IsTiedToOtherContent(const Id& aid) const;
-    Result<Bool> IsFilteredOut(const AssetDescription& asset, String& matchText);
+    Result<Bool> IsFilteredOut(const AssetDescription& asset, String& matchText, const AssetFacts* facts);
     Result<Bool> DependsOnMissing(const AssetDescription& asset);
     Result<Bool> DependsOnMissing(const AssetDescription& asset, std::unordered_set<std::string>& seen);
 

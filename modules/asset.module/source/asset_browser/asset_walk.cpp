@@ -9,11 +9,9 @@ namespace {
 
 constexpr Int ASSETS_BETWEEN_LOOKS = 500;
 
-using Take = FunctionRef<Result<void>(const AssetDescription& asset, AcceptResult accepted)>;
-
 class Walk {
 public:
-    Walk(const ListingRequest& request, Acceptance& acceptance, Take take)
+    Walk(const ListingRequest& request, Acceptance& acceptance, ListedReceiver take)
         : _request(request), _acceptance(acceptance), _take(take) {}
 
     Result<void> Run() {
@@ -27,7 +25,43 @@ public:
         return OK;
     }
 
+    Result<void> RunOver(const SearchTable& table, const HashSet<Id>& changed) {
+        // Rows of a tree need not meet the filter themselves.
+        const Bool isList = _request.mode == ASSET_BROWSE_MODE::ASSET_LIST && _acceptance.GetExpression();
+        const Candidates candidates = isList ? TRY(table.FindCandidates(*_acceptance.GetExpression(), _acceptance.GetCaches()))
+                                             : Candidates(table.GetCount(), true);
+        TRY(candidates.ForEach([&](std::size_t number) -> Result<void> {
+            if (++_count % ASSETS_BETWEEN_LOOKS == 0 && Job::IsCurrentCancelled()) return OperationCancelledError::Create();
+            const AssetDescription& asset = table.GetAsset(number);
+            const Bool isChanged = changed.GetCount() != 0 && changed.Contains(asset->GetIdAndVersion().first);
+            if (isChanged || !HasWantedType(asset)) return OK;
+            const Bool isShown =
+                table.IsValid(number) || (_request.settings.filter.showUnavailable && g_assetBuilderSettings.Get());
+            if (!isShown) return OK;
+            if (!table.HasFacts(number)) return Decide(asset, nullptr);
+            const AssetFacts facts = table.GetFacts(number);
+            return Decide(asset, &facts);
+        }));
+        for (const Id& aid : changed) {
+            const auto mode = ASSET_FIND_MODE::LATEST | ASSET_FIND_MODE::CANCELLABLE;
+            const AssetDescription asset = TRY(_request.lookupRepository->FindLatestAsset(Id(), aid, Id(), mode));
+            if (asset && HasWantedType(asset)) TRY(Visit(asset));
+        }
+        return OK;
+    }
+
 private:
+    Bool HasWantedType(const AssetDescription& asset) const {
+        const HashSet<Id>& types = _request.settings.assetTypes;
+        return types.GetCount() == 0 || types.Contains(asset->GetTypeId());
+    }
+
+    Result<void> Decide(const AssetDescription& asset, const AssetFacts* facts) {
+        Result<AcceptResult> accepted = _acceptance.Accept(asset, false, facts);
+        if (accepted.IsError() || accepted.GetValue().kind == AcceptResult::KIND::HIDDEN) return OK;
+        return _take(asset, std::move(accepted).GetValue(), facts);
+    }
+
     Bool IsFiltered(const Id& repositoryId) const {
         return _request.settings.filteredDatabases.GetCount() != 0 && _request.settings.filteredDatabases.Contains(repositoryId);
     }
@@ -40,9 +74,7 @@ private:
             if (!asset) return true;
         }
         if (!IsWanted(asset)) return true;
-        Result<AcceptResult> accepted = _acceptance.Accept(asset, false);
-        if (accepted.IsError() || accepted.GetValue().kind == AcceptResult::KIND::HIDDEN) return true;
-        TRY(_take(asset, std::move(accepted).GetValue()));
+        TRY(Decide(asset, nullptr));
         return true;
     }
 
@@ -68,14 +100,18 @@ private:
 
     const ListingRequest& _request;
     Acceptance& _acceptance;
-    const Take _take;
+    const ListedReceiver _take;
     Int _count = 0;
 };
 
 }  // namespace
 
-Result<void> WalkAssets(const ListingRequest& request, Acceptance& acceptance, Take take) {
-    return Walk(request, acceptance, take).Run();
+Result<void> WalkAssets(const ListingRequest& request, Acceptance& acceptance, const SearchSnapshot& snapshot,
+                        ListedReceiver take) {
+    Walk walk(request, acceptance, take);
+    // What stands in for an asset of a repository that is left out, only a walk can tell.
+    const Bool usesTable = snapshot.table && request.settings.filteredDatabases.GetCount() == 0;
+    return usesTable ? walk.RunOver(*snapshot.table, snapshot.changed) : walk.Run();
 }
 
 }  // namespace talvo

@@ -61,6 +61,7 @@ struct BrowserRow {
     SortValue sortValue;  ///< with KEYS::NAME the name in lower case
     AssetDescription asset;
     std::unique_ptr<RowDetails> details;
+    UInt32 rank = 0;  ///< of the name in lower case among all; 0: not known
     KEYS keys = KEYS::NONE;
     Bool needsNoRenderer = true;
     Bool isGroup = false;

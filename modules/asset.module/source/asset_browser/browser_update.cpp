@@ -74,29 +74,35 @@ private:
         Acceptance acceptance(request, texts, expression, caches);
         TRY(acceptance.PrepareParents());
         const Bool isTree = request.mode == ASSET_BROWSE_MODE::CATEGORY_TREE;
-        TRY(isTree
-                ? ListTree(request, acceptance, texts, host)
-                : ListRows(request, acceptance, texts, expression ? expression->GetSearchStrings() : BaseArray<String>(), host));
+        const SearchIndexRef index = TRY(SearchIndex::Of(request.lookupRepository));
+        const SearchSnapshot snapshot = index->GetSnapshot();
+        TRY(isTree ? ListTree(request, acceptance, snapshot, texts, host) : ListRows(request, acceptance, snapshot, texts, host));
         caches.tags.Store();
+        // The rows are out: what makes the next search fast may be prepared, where one is to be expected.
+        if (request.settings.updatesEnabled) index->BuildInBackground(request.lookupRepository);
         return OK;
     }
 
-    Result<void> ListTree(const ListingRequest& request, Acceptance& acceptance, ListingTexts& texts, HostCalls& host) {
+    static Result<void> ListTree(const ListingRequest& request, Acceptance& acceptance, const SearchSnapshot& snapshot,
+                                 ListingTexts& texts, HostCalls& host) {
         TreeRows tree(acceptance, texts);
-        TRY(WalkAssets(request, acceptance, [&](const AssetDescription& asset, AcceptResult accepted) -> Result<void> {
+        const auto add = [&](const AssetDescription& asset, AcceptResult accepted, const AssetFacts*) -> Result<void> {
             return tree.Add(asset, accepted.kind);
-        }));
+        };
+        TRY(WalkAssets(request, acceptance, snapshot, add));
         std::vector<BrowserRow> rows = tree.TakeRows();
         TRY(host.BeginRows());
         return RowDelivery(request, host).Deliver(rows, RowConfig(), nullptr);
     }
 
-    Result<void> ListRows(const ListingRequest& request, Acceptance& acceptance, ListingTexts& texts,
-                          BaseArray<String> searchStrings, HostCalls& host) {
-        RowBuilder builder(request, texts, std::move(searchStrings));
-        TRY(WalkAssets(request, acceptance, [&](const AssetDescription& asset, AcceptResult accepted) -> Result<void> {
-            return builder.Add(asset, std::move(accepted.matchText));
-        }));
+    static Result<void> ListRows(const ListingRequest& request, Acceptance& acceptance, const SearchSnapshot& snapshot,
+                                 ListingTexts& texts, HostCalls& host) {
+        const FilterExpressionRef& expression = acceptance.GetExpression();
+        RowBuilder builder(request, texts, expression ? expression->GetSearchStrings() : BaseArray<String>());
+        const auto add = [&](const AssetDescription& asset, AcceptResult accepted, const AssetFacts* facts) -> Result<void> {
+            return builder.Add(asset, std::move(accepted.matchText), facts);
+        };
+        TRY(WalkAssets(request, acceptance, snapshot, add));
         std::vector<BrowserRow> groups = builder.TakeGroups();
         TRY(host.BeginRows());
         RowConfig top = MakeRowConfig(request.options);

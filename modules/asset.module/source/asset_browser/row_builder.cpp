@@ -21,12 +21,19 @@ String JoinNames(const BaseArray<String>& names) {
     return joined;
 }
 
+Bool IsFavourite(const AssetDescription& asset, const AssetFacts* facts) {
+    return facts ? facts->isFavourite : KeywordAssetInterface::IsFavouriteAsset(asset);
+}
+
+String JoinSortText(const String& sort, const String& name) {
+    return sort.IsPopulated() ? sort + String("_") + name.ToLower() : name.ToLower();
+}
+
 }  // namespace
 
 Result<String> MakeSortText(const AssetDescription& asset, const String& name) {
     const Opt<String> sort = TRY(asset->GetMetaData().Get<String>(ASSETMETADATA::SORT));
-    const String lower = name.ToLower();
-    return sort && sort->IsPopulated() ? *sort + String("_") + lower : lower;
+    return JoinSortText(sort.value_or(String()), name);
 }
 
 RowConfig MakeRowConfig(const FilterOptions& options) {
@@ -39,31 +46,34 @@ RowBuilder::RowBuilder(const ListingRequest& request, ListingTexts& texts, BaseA
       _relevance(request.settings, request.options.context, std::move(searchStrings)),
       _groups(request.options.groupBy, MakeRowConfig(request.options), texts) {}
 
-Result<void> RowBuilder::Add(const AssetDescription& asset, String matchText) {
+Result<void> RowBuilder::Add(const AssetDescription& asset, String matchText, const AssetFacts* facts) {
     const FilterOptions& options = _request.options;
     GroupSource source;
     source.asset = asset;
     source.type = asset->GetTypeId();
-    const Opt<Id> subtype = TRY(asset->GetMetaData().Get<Id>(ASSETMETADATA::SUBTYPE));
+    const Opt<Id> subtype = facts ? Opt<Id>(facts->subtype) : TRY(asset->GetMetaData().Get<Id>(ASSETMETADATA::SUBTYPE));
     source.subtype = subtype.value_or(Id());
+    source.category = facts ? facts->category : CategoryAssetInterface::GetParentCategory(asset);
     source.typeName = TRY_REF(_texts.GetTypeName(source.type, source.subtype));
     BrowserRow row;
     row.asset = asset;
-    row.name = TRY(asset->GetMetaString(InternedId(OBJECT_BASE_NAME), nullptr, String()));
+    row.name = facts ? facts->name : TRY(asset->GetMetaString(InternedId(OBJECT_BASE_NAME), nullptr, String()));
     row.matchText = std::move(matchText);
-    String sortText = TRY(MakeSortText(asset, row.name));
-    row.sortValue = SortValue(std::move(sortText));
+    if (options.sortBy != ASSET_SORT_BY::NAME) {
+        String sortText = facts ? JoinSortText(facts->sort, row.name) : TRY(MakeSortText(asset, row.name));
+        row.sortValue = SortValue(std::move(sortText));
+    }
     if (source.type == ASSETTYPE_COMMAND) {
         TRY(FillCommand(row, source.typeName));
     } else {
-        const ListingTexts::Category& category = TRY_REF(_texts.GetCategory(CategoryAssetInterface::GetParentCategory(asset)));
+        const ListingTexts::Category& category = TRY_REF(_texts.GetCategory(source.category));
         row.subtitle = source.typeName + String(PART_SEPARATOR) + category.path;
     }
     row.relevant =
         options.firstItems == ASSET_FIRST_ITEMS::RELEVANT && IsRelevantItem(options.relevantItems, source.type, source.subtype);
-    row.isMarked = options.firstItems == ASSET_FIRST_ITEMS::FAVORITES && KeywordAssetInterface::IsFavouriteAsset(asset);
+    row.isMarked = options.firstItems == ASSET_FIRST_ITEMS::FAVORITES && IsFavourite(asset, facts);
     const RowGroups::Place place = TRY(_groups.FindPlace(row, source));
-    TRY(SetOrder(row, source));
+    TRY(SetOrder(row, source, facts));
     return _groups.Add(std::move(row), place);
 }
 
@@ -80,10 +90,11 @@ Result<void> RowBuilder::FillCommand(BrowserRow& row, const String& typeName) co
 }
 
 /// What the sort asked for says; else the group's value stands.
-Result<void> RowBuilder::SetOrder(BrowserRow& row, const GroupSource& source) const {
+Result<void> RowBuilder::SetOrder(BrowserRow& row, const GroupSource& source, const AssetFacts* facts) const {
     switch (_request.options.sortBy) {
         case ASSET_SORT_BY::NAME: {
-            const Bool needsRenderer = TRY(HasQuenliteDependencies(source.asset));
+            const Bool needsRenderer = facts ? facts->needsRenderer : TRY(HasQuenliteDependencies(source.asset));
+            row.rank = facts ? facts->rank : 0;
             row.keys = BrowserRow::KEYS::NAME;
             row.sortValue = SortValue(row.name.ToLower());
             row.needsNoRenderer = !needsRenderer;
@@ -109,8 +120,8 @@ Result<void> RowBuilder::SetOrder(BrowserRow& row, const GroupSource& source) co
         }
         case ASSET_SORT_BY::RELEVANCE: {
             Relevance::Source keySource{source.asset, source.type, source.subtype, false, false};
-            keySource.needsRenderer = TRY(HasQuenliteDependencies(source.asset));
-            keySource.isFavourite = row.isMarked || KeywordAssetInterface::IsFavouriteAsset(source.asset);
+            keySource.needsRenderer = facts ? facts->needsRenderer : TRY(HasQuenliteDependencies(source.asset));
+            keySource.isFavourite = row.isMarked || IsFavourite(source.asset, facts);
             row.keys = BrowserRow::KEYS::RELEVANCE;
             row.EnsureDetails().relevanceKeys = TRY(_relevance.MakeKeys(row.name, keySource));
             return OK;

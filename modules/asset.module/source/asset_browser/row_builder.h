@@ -4,6 +4,7 @@
 #include "asset_browser/listing_request.h"
 #include "asset_browser/relevance.h"
 #include "asset_browser/row_groups.h"
+#include "browser_filter/asset_facts.h"
 
 namespace talvo {
 
@@ -15,14 +16,14 @@ class RowBuilder {
 public:
     RowBuilder(const ListingRequest& request, ListingTexts& texts, BaseArray<String> searchStrings);
 
-    /// Errors: those of reading metadata.
-    Result<void> Add(const AssetDescription& asset, String matchText);
+    /// @param facts what is known of the asset; null: it is read. Errors: those of reading metadata.
+    Result<void> Add(const AssetDescription& asset, String matchText, const AssetFacts* facts);
     /// The groups with their rows, nothing sorted yet.
     std::vector<BrowserRow> TakeGroups() { return _groups.TakeGroups(); }
 
 private:
     Result<void> FillCommand(BrowserRow& row, const String& typeName) const;
-    Result<void> SetOrder(BrowserRow& row, const GroupSource& source) const;
+    Result<void> SetOrder(BrowserRow& row, const GroupSource& source, const AssetFacts* facts) const;
 
     const ListingRequest& _request;
     ListingTexts& _texts;

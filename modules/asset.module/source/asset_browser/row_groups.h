@@ -27,6 +27,7 @@ struct GroupSource {
     AssetDescription asset;
     Id type;
     Id subtype;
+    Id category;
     String typeName;
 };
 

@@ -131,15 +131,21 @@ Result<void> SortRows(std::vector<BrowserRow>& rows, const RowConfig& config) {
     const Bool isAscending = config.sortOrder == 1 || isByRelevance;
     if (!isAscending && config.sortOrder != 2) return CheckGoesOn();
     return CatchOutOfMemory([&]() -> Result<void> {
-        const TextKeys keys(rows);
-        const Bool hasHeads =
-            std::all_of(rows.begin(), rows.end(), [](const BrowserRow& row) { return row.keys == BrowserRow::KEYS::NAME; });
+        const auto isNamed = [](const BrowserRow& row) { return row.keys == BrowserRow::KEYS::NAME; };
+        const auto isRanked = [&](const BrowserRow& row) { return isNamed(row) && row.rank != 0; };
+        const Bool hasRanks = std::all_of(rows.begin(), rows.end(), isRanked);
+        const Bool hasHeads = !hasRanks && std::all_of(rows.begin(), rows.end(), isNamed);
+        Opt<TextKeys> keys;
+        if (!hasRanks) keys.emplace(rows);
         std::vector<Item> items(rows.size());
-        for (std::size_t i = 0; i < rows.size(); ++i) items[i] = {hasHeads ? keys.GetHead(i) : 0, UInt32(i)};
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            const UInt head = hasRanks ? rows[i].rank : hasHeads ? keys->GetHead(i) : 0;
+            items[i] = {head, UInt32(i)};
+        }
         TRY(SortInRuns(items, [&](const Item& first, const Item& second) {
             if (first.head != second.head) return (first.head < second.head) == isAscending;
             return ComesBefore(rows[first.row], rows[second.row], config.firstItems, !isAscending,
-                               [&] { return keys.Compare(first.row, second.row); });
+                               [&] { return keys ? keys->Compare(first.row, second.row) : 0; });
         }));
         std::vector<BrowserRow> sorted;
         sorted.reserve(rows.size());

@@ -94,7 +94,7 @@ Result<ConditionMatch> AssetEvaluation::TestType(const FilterCondition& conditio
     const Id& type = _asset->GetTypeId();
     Note("type", String::FromId(type));
     if (FindAlternative(condition, [&](const String& value) { return MatchId(type.GetView(), value); })) return Met();
-    const Opt<Id> subtype = TRY(_asset->GetMetaData().Get<Id>(ASSETMETADATA::SUBTYPE));
+    const Opt<Id> subtype = _facts ? Opt<Id>(_facts->subtype) : TRY(_asset->GetMetaData().Get<Id>(ASSETMETADATA::SUBTYPE));
     Note("subtype", subtype ? String::FromId(*subtype) : String());
     if (subtype && FindAlternative(condition, [&](const String& value) { return MatchId(subtype->GetView(), value); }))
         return Met();
@@ -173,7 +173,7 @@ Result<ConditionMatch> AssetEvaluation::TestKeywordIds(const FilterCondition& co
 /// An asset is in its category and in all above that.
 Result<ConditionMatch> AssetEvaluation::TestCategory(const FilterCondition& condition) {
     if (IsOf(ASSETTYPE_CATEGORY)) return NOT_MET;
-    Id category = CategoryAssetInterface::GetParentCategory(_asset);
+    Id category = _facts ? _facts->category : CategoryAssetInterface::GetParentCategory(_asset);
     if (category.IsEmpty()) category = NODE_CATEGORY_UNCATEGORIZED;
     std::vector<Id> met;
     while (category.IsPopulated() && std::find(met.begin(), met.end(), category) == met.end()) {

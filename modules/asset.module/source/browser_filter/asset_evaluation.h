@@ -18,9 +18,10 @@ void AppendMatchText(String& text, const String& more);
 class AssetEvaluation {
 public:
     using Reads = std::vector<std::pair<String, String>>;
-    /// @param reads gets what was read; may be null.
-    AssetEvaluation(const FilterContext& context, const AssetDescription& asset, FilterCaches& caches, Reads* reads = nullptr)
-        : _context(context), _asset(asset), _caches(caches), _reads(reads) {}
+    /// @param facts what is known of the asset; null: it is read. @param reads gets what was read; may be null.
+    AssetEvaluation(const FilterContext& context, const AssetDescription& asset, FilterCaches& caches,
+                    const AssetFacts* facts = nullptr, Reads* reads = nullptr)
+        : _context(context), _asset(asset), _caches(caches), _facts(facts), _reads(reads) {}
 
     /// Errors: those of reading metadata and of the lookups.
     Result<ConditionMatch> Test(const FilterCondition& condition);
@@ -66,6 +67,7 @@ private:
     const FilterContext& _context;
     const AssetDescription& _asset;
     FilterCaches& _caches;
+    const AssetFacts* const _facts;
     Reads* const _reads;
     Opt<std::vector<String>> _names;
     Opt<std::vector<Id>> _keywords;

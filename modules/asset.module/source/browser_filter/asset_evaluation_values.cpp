@@ -41,6 +41,11 @@ Opt<Float64> GetExtent(const BaseArray<Float64>& box) {
 
 Result<const std::vector<String>&> AssetEvaluation::GetNames() {
     if (_names) return *_names;
+    if (_facts) {
+        _names.emplace({_facts->name});
+        if (_facts->secondName.IsPopulated()) _names->push_back(_facts->secondName);
+        return *_names;
+    }
     const InternedId key(OBJECT_BASE_NAME);
     const LanguageRef current = Resource::GetCurrentLanguage();
     std::vector<String> names;
@@ -57,6 +62,10 @@ Result<const std::vector<String>&> AssetEvaluation::GetNames() {
 
 Result<const std::vector<Id>&> AssetEvaluation::GetKeywords() {
     if (_keywords) return *_keywords;
+    if (_facts) {
+        _keywords.emplace(_facts->keywords.begin(), _facts->keywords.end());
+        return *_keywords;
+    }
     std::vector<Id> keywords;
     for (const LiteralId& key : {ASSETMETADATA::KEYWORDS, ASSETMETADATA::USERKEYWORDS}) {
         const Opt<BaseArray<Id>> list = TRY(_asset->GetMetaData().Get<BaseArray<Id>>(key));
@@ -155,7 +164,8 @@ Result<ConditionMatch> AssetEvaluation::TestName(const FilterCondition& conditio
 
 /// The shortest word with an alternative in it counts, of the first group that has one.
 Result<ConditionMatch> AssetEvaluation::TestTags(const FilterCondition& condition) {
-    const String tags = TRY(GetTagStrings(_asset, _context.nodeSystemClass, &_caches.tags));
+    const Bool isKnown = _facts && _facts->tags.FindIndex(String("{")) == String::NOT_FOUND;
+    const String tags = isKnown ? _facts->tags : TRY(GetTagStrings(_asset, _context.nodeSystemClass, &_caches.tags));
     if (tags.IsEmpty()) return NOT_MET;
     Note("tags", tags);
     const BaseArray<String> groups = tags.Split(String(";"), String::SPLIT::DROP_EMPTY);

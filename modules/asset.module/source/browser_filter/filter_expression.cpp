@@ -45,17 +45,25 @@ void FilterExpression::Use(const PreMatch& match, std::vector<Bool>& met) const 
     for (const UInt32 condition : match.conditions) met[condition] = true;
 }
 
-Result<void> FilterExpression::UsePreMatches(const AssetDescription& asset, std::vector<Bool>& met, String& matchText,
-                                             FilterCaches& caches) const {
+Bool FilterExpression::IsMetBy(const std::unordered_map<std::string, std::size_t>& matches, const Id& id, Int condition) const {
+    const auto found = matches.empty() ? matches.end() : matches.find(std::string(id.GetView()));
+    if (found == matches.end()) return false;
+    const std::vector<UInt32>& conditions = _preMatches[found->second].conditions;
+    return std::find(conditions.begin(), conditions.end(), UInt32(condition)) != conditions.end();
+}
+
+Result<void> FilterExpression::UsePreMatches(const AssetDescription& asset, const AssetFacts* facts, std::vector<Bool>& met,
+                                             String& matchText, FilterCaches& caches) const {
     if (!_subtypes.empty()) {
-        const Opt<Id> subtype = TRY(asset->GetMetaData().Get<Id>(ASSETMETADATA::SUBTYPE));
+        const Opt<Id> subtype = facts ? Opt<Id>(facts->subtype) : TRY(asset->GetMetaData().Get<Id>(ASSETMETADATA::SUBTYPE));
         const auto found = subtype ? _subtypes.find(std::string(subtype->GetView())) : _subtypes.end();
         if (found != _subtypes.end()) Use(_preMatches[found->second], met);
     }
     if (_keywords.empty()) return OK;
-    const Opt<BaseArray<Id>> keywords = TRY(asset->GetMetaData().Get<BaseArray<Id>>(ASSETMETADATA::KEYWORDS));
-    if (!keywords) return OK;
-    for (const Id& keyword : *keywords) {
+    const auto read = facts ? Opt<BaseArray<Id>>() : TRY(asset->GetMetaData().Get<BaseArray<Id>>(ASSETMETADATA::KEYWORDS));
+    Block<const Id> keywords = facts ? facts->keywords.first(facts->ownKeywords) : Block<const Id>();
+    if (read) keywords = *read;
+    for (const Id& keyword : keywords) {
         const auto found = _keywords.find(std::string(keyword.GetView()));
         if (found == _keywords.end()) continue;
         Use(_preMatches[found->second], met);
@@ -65,13 +73,14 @@ Result<void> FilterExpression::UsePreMatches(const AssetDescription& asset, std:
     return OK;
 }
 
-Result<Bool> FilterExpression::IsFilteredOut(const AssetDescription& asset, String& matchText, FilterCaches& caches) const {
+Result<Bool> FilterExpression::IsFilteredOut(const AssetDescription& asset, String& matchText, FilterCaches& caches,
+                                             const AssetFacts* facts) const {
     return CatchOutOfMemory([&]() -> Result<Bool> {
         if (_terms.conditions.IsEmpty()) return true;
         if (_acceptedIds.GetCount() != 0 && _acceptedIds.Contains(asset->GetIdAndVersion().first)) return false;
         std::vector<Bool> met(std::size_t(_terms.conditions.GetCount()));
-        TRY(UsePreMatches(asset, met, matchText, caches));
-        AssetEvaluation evaluation(_context, asset, caches);
+        TRY(UsePreMatches(asset, facts, met, matchText, caches));
+        AssetEvaluation evaluation(_context, asset, caches, facts);
         for (Int i = 0; i < _terms.conditions.GetCount(); ++i) {
             if (met[std::size_t(i)]) continue;
             const ConditionMatch match = TRY(evaluation.Test(_terms.conditions[i]));
@@ -91,9 +100,9 @@ Result<ConditionReport> FilterExpression::Explain(const AssetDescription& asset,
     return CatchOutOfMemory([&]() -> Result<ConditionReport> {
         ConditionReport report;
         std::vector<Bool> met(std::size_t(_terms.conditions.GetCount()));
-        TRY(UsePreMatches(asset, met, report.matchText, caches));
+        TRY(UsePreMatches(asset, nullptr, met, report.matchText, caches));
         std::vector<std::pair<String, String>> reads;
-        AssetEvaluation evaluation(_context, asset, caches, &reads);
+        AssetEvaluation evaluation(_context, asset, caches, nullptr, &reads);
         const ConditionMatch match = TRY(evaluation.Test(_terms.conditions[condition]));
         report.isMet = match.isMet || met[std::size_t(condition)];
         if (met[std::size_t(condition)] && !match.isMet) reads.emplace_back(String("subtype or keyword"), report.matchText);

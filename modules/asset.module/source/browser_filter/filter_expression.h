@@ -1,6 +1,7 @@
 // The conditions of a filter text, held against assets.
 #pragma once
 
+#include "browser_filter/asset_facts.h"
 #include "browser_filter/filter_caches.h"
 #include "browser_filter/filter_terms.h"
 
@@ -32,13 +33,18 @@ public:
     static Result<FilterExpressionRef> Create(FilterContext context, std::string_view upperText, FilterCaches& caches);
 
     const BaseArray<FilterCondition>& GetConditions() const { return _terms.conditions; }
+    const FilterContext& GetContext() const { return _context; }
+    /// Whether each asset of a subtype, or with a keyword of its own, meets a condition.
+    Bool IsMetBySubtype(const Id& subtype, Int condition) const { return IsMetBy(_subtypes, subtype, condition); }
+    Bool IsMetByKeyword(const Id& keyword, Int condition) const { return IsMetBy(_keywords, keyword, condition); }
     const FilterTypeFlags& GetTypeFlags() const { return _terms.types; }
     /// The values of all conditions.
     BaseArray<String> GetSearchStrings() const;
 
     /// Whether the asset isn't listed. Without any condition nothing is. @param matchText gets why it is.
-    /// Errors: those of reading metadata and of the lookups.
-    Result<Bool> IsFilteredOut(const AssetDescription& asset, String& matchText, FilterCaches& caches) const;
+    /// @param facts what is known of the asset; null: it is read. Errors: those of reading metadata and of the lookups.
+    Result<Bool> IsFilteredOut(const AssetDescription& asset, String& matchText, FilterCaches& caches,
+                               const AssetFacts* facts) const;
     /// The asset passes from now on, whatever its version.
     Result<void> Accept(const Id& aid);
     /// How one condition alone judges. Errors: as IsFilteredOut.
@@ -55,8 +61,9 @@ private:
     FilterExpression(FilterContext context, FilterTerms terms) : _context(std::move(context)), _terms(std::move(terms)) {}
 
     Result<void> FindPreMatches(FilterCaches& caches);
-    Result<void> UsePreMatches(const AssetDescription& asset, std::vector<Bool>& met, String& matchText,
+    Result<void> UsePreMatches(const AssetDescription& asset, const AssetFacts* facts, std::vector<Bool>& met, String& matchText,
                                FilterCaches& caches) const;
+    Bool IsMetBy(const std::unordered_map<std::string, std::size_t>& matches, const Id& id, Int condition) const;
     void Use(const PreMatch& match, std::vector<Bool>& met) const;
 
     const FilterContext _context;

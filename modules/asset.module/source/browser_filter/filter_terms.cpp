@@ -10,6 +10,8 @@ namespace talvo {
 
 namespace {
 
+/// So many unknown keys are enough to help with.
+constexpr std::size_t TOLD_KEYS = 16;
 constexpr std::string_view OBJECT_COMMANDS = "NET.TALVO.ASSET.COMMAND.TYPE.OBJECT";
 constexpr std::string_view COMMANDS = "NET.TALVO.ASSET.COMMAND.TYPE.COMMAND";
 constexpr std::string_view MODELS = "NET.TALVO.ASSET.SUBTYPE.OBJECT";
@@ -127,7 +129,7 @@ FilterTerms ParseFilterTerms(std::string_view upperText) {
         if (!term.key.empty()) {
             const FilterKeyword* keyword = FindFilterKeyword(term.key);
             condition.key = keyword ? InternedId(keyword->key) : InternedId(FILTERKEY::UNDEFINED);
-            if (!keyword) unknownKeys.emplace_back(term.key);
+            if (!keyword && unknownKeys.size() < TOLD_KEYS) unknownKeys.emplace_back(term.key);
             if (keyword) ReadAlternatives(condition.values, keyword->form, terms.types);
             if (keyword && keyword->form == VALUE_FORM::TYPE_ID) {
                 // A view is of one choice of types: the last one.

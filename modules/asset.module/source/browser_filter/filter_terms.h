@@ -19,7 +19,7 @@ struct FilterTypeFlags {
 struct FilterTerms {
     BaseArray<FilterCondition> conditions;  ///< in the order of the terms; all of them have to be met
     FilterTypeFlags types;
-    BaseArray<String> unknownKeys;  ///< in upper case, for those who want to help the user
+    BaseArray<String> unknownKeys;  ///< in upper case, the first few, for those who want to help the user
 };
 
 /// Reads a text in upper case without options. Takes time in proportion to the text. Throws std::bad_alloc.

@@ -1,6 +1,7 @@
-// Which nodes a view of a graph lists.
+// What browsers answer without being made.
 #include "asset_browser.h"
 #include "asset_impl/config.h"
+#include "browser_filter/search_index.h"
 
 namespace talvo {
 
@@ -12,6 +13,14 @@ Result<Bool> AssetBrowserInterface::IsNodeHidden(const AssetDescription& asset, 
         if (!NodeLibrary::AssetSupports(asset, cls)) return false;
         const Opt<String> tags = TRY(asset->GetMetaData().Get<String>("net.talvo.node.base.filtertags"_id));
         return !tags || tags->IsEmpty() || tags->GetView().find("morvane") != std::string_view::npos;
+    });
+}
+
+Result<void> AssetBrowserInterface::PrepareSearch(const AssetRepositoryRef& repository) {
+    return CatchOutOfMemory([&]() -> Result<void> {
+        if (!repository) return NullptrError::Create("There is no repository to prepare searches in.");
+        const SearchIndexRef index = TRY(SearchIndex::Of(repository));
+        return index->Build(repository);
     });
 }
 

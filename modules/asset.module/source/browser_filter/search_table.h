@@ -1,0 +1,109 @@
+// All assets that a repository and its bases show, side by side: folded names to be scanned, and numbers in place of ids.
+//
+// It answers which assets may meet a condition, never which do: the exact tests decide about those.
+#pragma once
+
+#include "browser_filter/asset_facts.h"
+#include "browser_filter/filter_expression.h"
+
+#include <cstdint>
+
+namespace talvo {
+
+/// A bit for each asset of a table.
+class Candidates {
+public:
+    explicit Candidates(std::size_t count, Bool all) : _words((count + BITS - 1) / BITS, all ? ~UInt64(0) : 0) {
+        if (all && count % BITS != 0) _words.back() = (UInt64(1) << count % BITS) - 1;
+    }
+    void Add(std::size_t number) { _words[number / BITS] |= UInt64(1) << number % BITS; }
+    Bool Contains(std::size_t number) const { return (_words[number / BITS] >> number % BITS & 1) != 0; }
+    void Intersect(const Candidates& other) {
+        for (std::size_t i = 0; i < _words.size(); ++i) _words[i] &= other._words[i];
+    }
+    /// Calls `take(number)` for each until it gives an error.
+    template <typename TAKE>
+    Result<void> ForEach(TAKE&& take) const {
+        for (std::size_t i = 0; i < _words.size(); ++i) {
+            for (UInt64 word = _words[i]; word != 0; word &= word - 1) TRY(take(i * BITS + std::size_t(__builtin_ctzll(word))));
+        }
+        return OK;
+    }
+
+private:
+    static constexpr std::size_t BITS = 64;
+    std::vector<UInt64> _words;
+};
+
+/// Threads: immutable once it is made.
+class SearchTable final : public ObjectInterface {
+public:
+    /// Reads all assets. Errors: those of the lookup; OperationCancelledError.
+    static Result<StrongRef<SearchTable>> Build(const AssetRepositoryRef& repository);
+
+    std::size_t GetCount() const { return _assets.size(); }
+    const AssetDescription& GetAsset(std::size_t number) const { return _assets[number]; }
+    Bool IsValid(std::size_t number) const { return (_rows[number].flags & VALID) != 0; }
+    /// False: the asset has to be read.
+    Bool HasFacts(std::size_t number) const { return (_rows[number].flags & TOO_LONG) == 0; }
+    AssetFacts GetFacts(std::size_t number) const;
+    /// The language that names were read in.
+    LanguageRef GetLanguage() const { return _language; }
+
+    /// Those that may meet all conditions. Errors: those of looking names up.
+    Result<Candidates> FindCandidates(const FilterExpression& expression, FilterCaches& caches) const;
+
+private:
+    friend StrongRef<SearchTable>;
+    SearchTable() = default;
+
+    enum FLAG : UChar { FAVOURITE = 1, HIDDEN = 2, VALID = 4, ODD_TAGS = 8, NEEDS_RENDERER = 16, TOO_LONG = 32 };
+    struct Row {
+        UInt32 name = 0;                                           // where its texts begin in the pool of shown texts
+        UInt32 folded = 0;                                         // where its texts begin in the folded pool
+        UInt32 type = 0, subtype = 0, category = 0, keywords = 0;  // numbers of ids and of lists
+        UInt32 rank = 0;
+        std::uint16_t nameLength = 0, secondLength = 0, tagsLength = 0, sortLength = 0;
+        UChar flags = 0;
+    };
+    struct KeywordList {
+        std::vector<Id> ids;
+        std::size_t own = 0;
+    };
+    /// Ids by number; 0 is the null id.
+    class IdTable {
+    public:
+        IdTable() : ids(1) {}
+        UInt32 GetNumber(const Id& id);
+        std::vector<Id> ids;
+
+    private:
+        std::unordered_map<std::string, UInt32> _numbers;
+    };
+
+    Result<Bool> Add(const AssetDescription& asset);
+    UInt32 AddKeywords(std::vector<Id> ids, std::size_t own);
+    void SetRanks();
+    Result<Opt<Candidates>> Find(const FilterExpression& expression, Int condition, FilterCaches& caches) const;
+    Result<void> FindByKeyword(const FilterCondition& condition, FilterCaches& caches, const AssetRepositoryRef& repository,
+                               std::vector<Bool>& lists) const;
+    void FindByText(const String& value, Candidates& found) const;
+    template <typename IS_IN>
+    void AddRows(IS_IN&& isIn, Candidates& found) const {
+        for (std::size_t i = 0; i < _rows.size(); ++i) {
+            if (isIn(_rows[i])) found.Add(i);
+        }
+    }
+
+    LanguageRef _language = nullptr;
+    std::vector<AssetDescription> _assets;
+    std::vector<Row> _rows;
+    std::string _texts;   // name, second name, tags, sort text of each asset
+    std::string _folded;  // the first three in upper case, each behind a line end
+    IdTable _ids;
+    std::vector<KeywordList> _keywordLists = std::vector<KeywordList>(1);
+    std::unordered_map<std::string, UInt32> _keywordListNumbers;
+};
+using SearchTableRef = StrongRef<SearchTable>;
+
+}  // namespace talvo
