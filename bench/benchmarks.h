@@ -16,6 +16,8 @@ std::vector<Row> ReadIndexedNames(const Setting& setting);
 std::vector<Row> MeasureIndexedMemory(const Setting& setting);
 std::vector<Row> ShowOneIndexed(const Setting& setting);
 std::vector<Row> CompactLoaded(const Setting& setting);
+std::vector<Row> SearchWords(const Setting& setting);
+std::vector<Row> SearchCold(const Setting& setting);
 std::vector<Row> WalkIds(const Setting& setting);
 std::vector<Row> MeasureMemory(const Setting& setting);
 std::vector<Row> GrowInMemory(const Setting& setting);
@@ -42,6 +44,8 @@ inline constexpr Benchmark BENCHMARKS[] = {
     {"index-memory", MeasureIndexedMemory},
     {"index-show", ShowOneIndexed},
     {"compaction", CompactLoaded},
+    {"search", SearchWords},
+    {"search-cold", SearchCold},
     {"walk", WalkIds},
     {"memory", MeasureMemory},
     {"growth-memory", GrowInMemory},

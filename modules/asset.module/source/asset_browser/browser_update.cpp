@@ -60,12 +60,16 @@ private:
 
     Result<void> ListAssets(const ListingRequest& request, HostCalls& host) {
         SetSearchStrings({});
+        const SearchIndexRef index = TRY(SearchIndex::Of(request.lookupRepository));
+        const SearchSnapshot snapshot = index->GetSnapshot();
         FilterCaches caches;
         FilterExpressionRef expression;
         if (request.IsNarrowed() && !request.termText.empty()) {
             const FilterContext context{request.lookupRepository, request.settings.nodeSystemClass,
                                         request.settings.lengthUnitSystem};
-            expression = TRY(FilterExpression::Create(context, request.termText, caches));
+            std::vector<AssetDescription> references;
+            if (snapshot.table) references = TRY(snapshot.FindReferences(request.lookupRepository));
+            expression = TRY(FilterExpression::Create(context, request.termText, caches, snapshot.table ? &references : nullptr));
             SetSearchStrings(expression->GetSearchStrings());
         }
         const Bool hasNoPlace = request.restrictToParents && request.settings.parentSelection.GetCount() == 0;
@@ -74,8 +78,6 @@ private:
         Acceptance acceptance(request, texts, expression, caches);
         TRY(acceptance.PrepareParents());
         const Bool isTree = request.mode == ASSET_BROWSE_MODE::CATEGORY_TREE;
-        const SearchIndexRef index = TRY(SearchIndex::Of(request.lookupRepository));
-        const SearchSnapshot snapshot = index->GetSnapshot();
         TRY(isTree ? ListTree(request, acceptance, snapshot, texts, host) : ListRows(request, acceptance, snapshot, texts, host));
         caches.tags.Store();
         // The rows are out: what makes the next search fast may be prepared, where one is to be expected.

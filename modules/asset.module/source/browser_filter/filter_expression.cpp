@@ -8,10 +8,11 @@
 
 namespace talvo {
 
-Result<FilterExpressionRef> FilterExpression::Create(FilterContext context, std::string_view upperText, FilterCaches& caches) {
+Result<FilterExpressionRef> FilterExpression::Create(FilterContext context, std::string_view upperText, FilterCaches& caches,
+                                                     const std::vector<AssetDescription>* references) {
     return CatchOutOfMemory([&]() -> Result<FilterExpressionRef> {
         const auto expression = FilterExpressionRef::Create(std::move(context), ParseFilterTerms(upperText));
-        if (!expression->_terms.conditions.IsEmpty()) TRY(expression->FindPreMatches(caches));
+        if (!expression->_terms.conditions.IsEmpty()) TRY(expression->FindPreMatches(caches, references));
         return expression;
     });
 }
@@ -23,21 +24,30 @@ BaseArray<String> FilterExpression::GetSearchStrings() const {
     return BaseArray<String>(std::move(strings));
 }
 
-Result<void> FilterExpression::FindPreMatches(FilterCaches& caches) {
+Result<void> FilterExpression::FindPreMatches(FilterCaches& caches, const std::vector<AssetDescription>* references) {
+    if (references) {
+        for (const AssetDescription& reference : *references) TRY(AddPreMatch(reference, caches));
+        return OK;
+    }
     const Id types[] = {ASSETTYPE_KEYWORD, ASSETTYPE_SUBTYPE};
     const auto mode = ASSET_FIND_MODE::LATEST | ASSET_FIND_MODE::RANDOM_ORDER | ASSET_FIND_MODE::CANCELLABLE;
     TRY(FindAssets(_context.lookupRepository, types, Id(), Id(), mode, [&](const AssetDescription& asset) -> Result<Bool> {
-        AssetEvaluation evaluation(_context, asset, caches);
-        PreMatch match{asset->GetIdAndVersion().first, asset->GetTypeId() == ASSETTYPE_KEYWORD, {}};
-        for (Int i = 0; i < _terms.conditions.GetCount(); ++i) {
-            const ConditionMatch met = TRY(evaluation.TestAsReference(_terms.conditions[i], match.isKeyword));
-            if (met.isMet) match.conditions.push_back(UInt32(i));
-        }
-        if (match.conditions.empty()) return true;
-        (match.isKeyword ? _keywords : _subtypes).emplace(std::string(match.aid.GetView()), _preMatches.size());
-        _preMatches.push_back(std::move(match));
+        TRY(AddPreMatch(asset, caches));
         return true;
     }));
+    return OK;
+}
+
+Result<void> FilterExpression::AddPreMatch(const AssetDescription& reference, FilterCaches& caches) {
+    AssetEvaluation evaluation(_context, reference, caches);
+    PreMatch match{reference->GetIdAndVersion().first, reference->GetTypeId() == ASSETTYPE_KEYWORD, {}};
+    for (Int i = 0; i < _terms.conditions.GetCount(); ++i) {
+        const ConditionMatch met = TRY(evaluation.TestAsReference(_terms.conditions[i], match.isKeyword));
+        if (met.isMet) match.conditions.push_back(UInt32(i));
+    }
+    if (match.conditions.empty()) return OK;
+    (match.isKeyword ? _keywords : _subtypes).emplace(std::string(match.aid.GetView()), _preMatches.size());
+    _preMatches.push_back(std::move(match));
     return OK;
 }
 

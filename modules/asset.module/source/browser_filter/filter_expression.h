@@ -29,8 +29,10 @@ using FilterExpressionRef = StrongRef<FilterExpression>;
 /// Threads: belongs to one update.
 class FilterExpression final : public ObjectInterface {
 public:
-    /// @param upperText in upper case, without options. Errors: those of the lookup; OperationCancelledError.
-    static Result<FilterExpressionRef> Create(FilterContext context, std::string_view upperText, FilterCaches& caches);
+    /// @param upperText in upper case, without options. @param references all keywords and subtypes, if they are known; null: they are looked for.
+    /// Errors: those of the lookup; OperationCancelledError.
+    static Result<FilterExpressionRef> Create(FilterContext context, std::string_view upperText, FilterCaches& caches,
+                                              const std::vector<AssetDescription>* references = nullptr);
 
     const BaseArray<FilterCondition>& GetConditions() const { return _terms.conditions; }
     const FilterContext& GetContext() const { return _context; }
@@ -60,7 +62,8 @@ private:
     friend StrongRef<FilterExpression>;
     FilterExpression(FilterContext context, FilterTerms terms) : _context(std::move(context)), _terms(std::move(terms)) {}
 
-    Result<void> FindPreMatches(FilterCaches& caches);
+    Result<void> FindPreMatches(FilterCaches& caches, const std::vector<AssetDescription>* references);
+    Result<void> AddPreMatch(const AssetDescription& reference, FilterCaches& caches);
     Result<void> UsePreMatches(const AssetDescription& asset, const AssetFacts* facts, std::vector<Bool>& met, String& matchText,
                                FilterCaches& caches) const;
     Bool IsMetBy(const std::unordered_map<std::string, std::size_t>& matches, const Id& id, Int condition) const;

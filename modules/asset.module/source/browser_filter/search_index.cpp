@@ -2,6 +2,8 @@
 
 #include "kernel/app/log.h"
 #include "kernel/thread/job.h"
+#include "keyword_asset.h"
+#include "subtype_asset.h"
 
 namespace talvo {
 
@@ -12,6 +14,20 @@ constexpr std::size_t CHANGED_SHARE = 16;
 constexpr std::size_t CHANGED_MINIMUM = 1000;
 
 }  // namespace
+
+Result<std::vector<AssetDescription>> SearchSnapshot::FindReferences(const AssetRepositoryRef& repository) const {
+    std::vector<AssetDescription> references;
+    for (const UInt32 number : table->GetReferences()) {
+        const AssetDescription& asset = table->GetAsset(number);
+        if (!changed.Contains(asset->GetIdAndVersion().first)) references.push_back(asset);
+    }
+    for (const Id& aid : changed) {
+        const AssetDescription asset = TRY(repository->FindLatestAsset(Id(), aid, Id(), ASSET_FIND_MODE::LATEST));
+        const Bool isOne = asset && (asset->GetTypeId() == ASSETTYPE_KEYWORD || asset->GetTypeId() == ASSETTYPE_SUBTYPE);
+        if (isOne) references.push_back(asset);
+    }
+    return references;
+}
 
 Result<SearchIndexRef> SearchIndex::Of(const AssetRepositoryRef& repository) {
     return CatchOutOfMemory([&]() -> Result<SearchIndexRef> {

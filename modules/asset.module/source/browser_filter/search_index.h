@@ -9,6 +9,9 @@ namespace talvo {
 struct SearchSnapshot {
     SearchTableRef table;  ///< null: there is none
     HashSet<Id> changed;   ///< assets that are to be looked up instead
+
+    /// All keywords and subtypes. Errors: those of the lookup.
+    Result<std::vector<AssetDescription>> FindReferences(const AssetRepositoryRef& repository) const;
 };
 
 /// There is one for each repository that searches begin at and each language.

@@ -6,6 +6,7 @@
 #include "kernel/text/casing.h"
 #include "kernel/thread/job.h"
 #include "keyword_asset.h"
+#include "subtype_asset.h"
 
 #include <algorithm>
 #include <cstring>
@@ -23,6 +24,15 @@ constexpr std::size_t MAX_TEXT = 0xffff;
 Result<std::vector<Id>> ReadIds(const AssetDescription& asset, const LiteralId& key) {
     const Opt<BaseArray<Id>> list = TRY(asset->GetMetaData().Get<BaseArray<Id>>(key));
     return list ? std::vector<Id>(list->begin(), list->end()) : std::vector<Id>();
+}
+
+/// Adds each row whose number is one of the wanted ones.
+void AddWhere(const std::vector<UInt32>& numbers, const std::vector<Bool>& isWanted, Candidates& found) {
+    if (std::find(isWanted.begin(), isWanted.end(), true) == isWanted.end()) return;
+    const std::vector<UChar> wanted(isWanted.begin(), isWanted.end());
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+        if (wanted[numbers[i]] != 0) found.Add(i);
+    }
 }
 
 void AppendNew(std::vector<Id>& ids, const std::vector<Id>& more) {
@@ -72,15 +82,15 @@ Result<Bool> SearchTable::Add(const AssetDescription& asset) {
     const Bool isValid = AssetInterface::IsAssetValid(asset).GetValueOr(false);
     const Bool needsRenderer = TRY(HasQuenliteDependencies(asset));
     Row row;
-    row.type = _ids.GetNumber(asset->GetTypeId());
-    row.subtype = _ids.GetNumber(subtype.value_or(Id()));
+    const UInt32 type = _ids.GetNumber(asset->GetTypeId());
+    const UInt32 subtypeNumber = _ids.GetNumber(subtype.value_or(Id()));
     row.category = _ids.GetNumber(CategoryAssetInterface::GetParentCategory(asset));
     std::vector<Id> keywords;
     AppendNew(keywords, own);
     const std::size_t ownCount = keywords.size();
     AppendNew(keywords, users);
     const Bool isFavourite = std::find(keywords.begin(), keywords.end(), KEYWORD_FAVOURITE) != keywords.end();
-    row.keywords = AddKeywords(std::move(keywords), ownCount);
+    const UInt32 keywordList = AddKeywords(std::move(keywords), ownCount);
     row.flags = UChar((isFavourite ? FAVOURITE : 0) | (hidden.value_or(false) ? HIDDEN : 0) | (isValid ? VALID : 0) |
                       (needsRenderer ? NEEDS_RENDERER : 0));
     const String sortText = sort.value_or(String());
@@ -103,7 +113,13 @@ Result<Bool> SearchTable::Add(const AssetDescription& asset) {
     _folded += SEPARATOR;
     if (_texts.size() > UInt32(-1) || _folded.size() > UInt32(-1))
         return OutOfMemoryError::Create("The names of a table are too long.");
+    const auto number = UInt32(_rows.size());
+    if ((row.flags & (ODD_TAGS | TOO_LONG)) != 0) _odd.push_back(number);
+    if (asset->GetTypeId() == ASSETTYPE_KEYWORD || asset->GetTypeId() == ASSETTYPE_SUBTYPE) _references.push_back(number);
     _assets.push_back(asset);
+    _types.push_back(type);
+    _subtypes.push_back(subtypeNumber);
+    _keywords.push_back(keywordList);
     _rows.push_back(row);
     return true;
 }
@@ -150,9 +166,9 @@ AssetFacts SearchTable::GetFacts(std::size_t number) const {
     facts.secondName = take(row.secondLength);
     facts.tags = take(row.tagsLength);
     facts.sort = take(row.sortLength);
-    facts.subtype = _ids.ids[row.subtype];
+    facts.subtype = _ids.ids[_subtypes[number]];
     facts.category = _ids.ids[row.category];
-    const KeywordList& list = _keywordLists[row.keywords];
+    const KeywordList& list = _keywordLists[_keywords[number]];
     facts.keywords = list.ids;
     facts.ownKeywords = list.own;
     facts.isFavourite = (row.flags & FAVOURITE) != 0;
@@ -187,7 +203,7 @@ Result<Opt<Candidates>> SearchTable::Find(const FilterExpression& expression, In
     Candidates found(_rows.size(), false);
     if (isName) {
         for (const String& value : condition.values) FindByText(value, found);
-        AddRows([](const Row& row) { return (row.flags & (ODD_TAGS | TOO_LONG)) != 0; }, found);
+        for (const UInt32 number : _odd) found.Add(number);
     }
     std::vector<Bool> ids(_ids.ids.size());
     std::vector<Bool> lists(_keywordLists.size());
@@ -197,7 +213,7 @@ Result<Opt<Candidates>> SearchTable::Find(const FilterExpression& expression, In
             ids[i] = std::any_of(condition.values.begin(), condition.values.end(),
                                  [&](const String& value) { return MatchId(id, value) || value.GetView() == "NODE_OM"; });
         }
-        AddRows([&](const Row& row) { return ids[row.type]; }, found);
+        AddWhere(_types, ids, found);
     }
     // What a subtype or a keyword meets on behalf of those that refer to it.
     for (std::size_t i = 1; i < ids.size(); ++i) ids[i] = ids[i] || expression.IsMetBySubtype(_ids.ids[i], index);
@@ -205,7 +221,8 @@ Result<Opt<Candidates>> SearchTable::Find(const FilterExpression& expression, In
     for (std::size_t i = 1; i < lists.size(); ++i) {
         for (const Id& keyword : _keywordLists[i].ids) lists[i] = lists[i] || expression.IsMetByKeyword(keyword, index);
     }
-    AddRows([&](const Row& row) { return ids[row.subtype] || lists[row.keywords]; }, found);
+    AddWhere(_subtypes, ids, found);
+    AddWhere(_keywords, lists, found);
     return Opt<Candidates>(std::move(found));
 }
 

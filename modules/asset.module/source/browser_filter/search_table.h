@@ -47,8 +47,8 @@ public:
     /// False: the asset has to be read.
     Bool HasFacts(std::size_t number) const { return (_rows[number].flags & TOO_LONG) == 0; }
     AssetFacts GetFacts(std::size_t number) const;
-    /// The language that names were read in.
-    LanguageRef GetLanguage() const { return _language; }
+    /// Numbers of all keywords and subtypes.
+    const std::vector<UInt32>& GetReferences() const { return _references; }
 
     /// Those that may meet all conditions. Errors: those of looking names up.
     Result<Candidates> FindCandidates(const FilterExpression& expression, FilterCaches& caches) const;
@@ -59,9 +59,9 @@ private:
 
     enum FLAG : UChar { FAVOURITE = 1, HIDDEN = 2, VALID = 4, ODD_TAGS = 8, NEEDS_RENDERER = 16, TOO_LONG = 32 };
     struct Row {
-        UInt32 name = 0;                                           // where its texts begin in the pool of shown texts
-        UInt32 folded = 0;                                         // where its texts begin in the folded pool
-        UInt32 type = 0, subtype = 0, category = 0, keywords = 0;  // numbers of ids and of lists
+        UInt32 name = 0;    // where its texts begin in the pool of shown texts
+        UInt32 folded = 0;  // where its texts begin in the folded pool
+        UInt32 category = 0;
         UInt32 rank = 0;
         std::uint16_t nameLength = 0, secondLength = 0, tagsLength = 0, sortLength = 0;
         UChar flags = 0;
@@ -88,16 +88,15 @@ private:
     Result<void> FindByKeyword(const FilterCondition& condition, FilterCaches& caches, const AssetRepositoryRef& repository,
                                std::vector<Bool>& lists) const;
     void FindByText(const String& value, Candidates& found) const;
-    template <typename IS_IN>
-    void AddRows(IS_IN&& isIn, Candidates& found) const {
-        for (std::size_t i = 0; i < _rows.size(); ++i) {
-            if (isIn(_rows[i])) found.Add(i);
-        }
-    }
-
     LanguageRef _language = nullptr;
     std::vector<AssetDescription> _assets;
     std::vector<Row> _rows;
+    // Numbers of ids and lists, apart from the rest, since they are run through for each condition.
+    std::vector<UInt32> _types;
+    std::vector<UInt32> _subtypes;
+    std::vector<UInt32> _keywords;
+    std::vector<UInt32> _odd;  // rows whose texts here are not all
+    std::vector<UInt32> _references;
     std::string _texts;   // name, second name, tags, sort text of each asset
     std::string _folded;  // the first three in upper case, each behind a line end
     IdTable _ids;

@@ -1,0 +1,121 @@
+// Searches over many assets, from the typed text to the last row, beside a database that searches the same names.
+#include "asset_browser.h"
+#include "bench/benchmarks.h"
+#include "bench/libraries.h"
+#include "bench/repositories.h"
+#include "bench/sqlite_names.h"
+
+#include <map>
+
+namespace talvo::bench {
+
+namespace {
+
+class Graph final : public NodesGraphModelInterface {
+public:
+    explicit Graph(AssetRepositoryRef repository) : _repository(std::move(repository)) {}
+    AssetRepositoryRef GetLookupRepository() const override { return _repository; }
+    NodeSystemClassRef GetNodeSystemClass() const override { return nullptr; }
+
+private:
+    const AssetRepositoryRef _repository;
+};
+
+/// A view that counts its rows.
+class View {
+public:
+    explicit View(const AssetRepositoryRef& repository)
+        : _browser(Need(AssetBrowserInterface::Create(ASSET_BROWSE_MODE::ASSET_LIST))) {
+        Need(_browser->SetGraphModel(NodesGraphModelRef(StrongRef<Graph>::Create(repository))));
+        Need(_browser->SetBuildEntryDelegate(
+            [this](const AssetBrowserRef&, Int stage, const Data&, const Data&, const BuildEntryRecord& record) -> Result<Data> {
+                if (stage == BUILD_STAGE::ROW && record.asset) ++_rows;
+                return Data();
+            }));
+    }
+    Int Search(const std::string& text) {
+        _rows = 0;
+        _browser->DoFiltering(String(), String(), String(), String(" "), false, false);
+        _browser->DoFilteringPreScan(String(), String(), String(), String(text), false, false);
+        return _rows;
+    }
+
+private:
+    const AssetBrowserRef _browser;
+    Int _rows = 0;
+};
+
+/// Words of names by how many names have them: one that few have, one of the middle, and one that many have.
+std::vector<std::string> ChooseWords(const std::vector<std::string>& names) {
+    std::map<std::string, Int> counts;
+    for (const std::string& name : names) {
+        for (const String& word : String(name).Split(String(" "), String::SPLIT::DROP_EMPTY)) ++counts[word.GetCString()];
+    }
+    std::vector<std::pair<Int, std::string>> ordered;
+    for (const auto& [word, count] : counts) {
+        if (word.size() >= 3) ordered.emplace_back(count, word);
+    }
+    std::sort(ordered.begin(), ordered.end());
+    Need(ordered.size() >= 3, "the library has too few words");
+    return {ordered.front().second, ordered[ordered.size() / 2].second, ordered.back().second};
+}
+
+std::vector<std::string> ReadNames(const AssetRepositoryRef& repository) {
+    const InternedId key(OBJECT_BASE_NAME);
+    std::vector<std::string> names;
+    const Id types[] = {ASSETTYPE_FILE};
+    Need(FindAssets(repository, types, Id(), Id(), ASSET_FIND_MODE::LATEST, [&](const AssetDescription& asset) -> Result<Bool> {
+        names.push_back(Need(asset->GetMetaString(key, nullptr, String())).GetCString());
+        return true;
+    }));
+    return names;
+}
+
+constexpr const char* ONLY_FILES = " type:$net.talvo.assettype.file groupby:none";
+
+}  // namespace
+
+std::vector<Row> SearchWords(const Setting& setting) {
+    const Int count = setting.Choose(1000000, 2000);
+    const auto repository = OpenOnDisk(setting, GetLibrary(setting, count));
+    const std::vector<std::string> names = ReadNames(repository);
+    const std::vector<std::string> words = ChooseWords(names);
+    SqliteNames sqlite(names);
+    const Float64 prepared = MeasureHere([&] { Need(AssetBrowserInterface::PrepareSearch(repository)); }).wall;
+    View view(repository);
+    std::vector<Row> rows;
+    const std::string all = std::to_string(count) + " assets";
+    for (const std::string& word : words) {
+        const Int hits = view.Search(word + ONLY_FILES);
+        const auto ours = [&] { return MeasureHere([&] { Keep(view.Search(word + ONLY_FILES)); }); };
+        const Comparison like = Compare(setting.runs, ours, [&] { return MeasureHere([&] { Keep(sqlite.SearchLike(word)); }); });
+        const Comparison trigrams =
+            Compare(setting.runs, ours, [&] { return MeasureHere([&] { Keep(sqlite.SearchTrigrams(word)); }); });
+        const std::string what = "\"" + word + "\" in the names of " + all + ", " + std::to_string(hits) + " rows sorted by name";
+        rows.push_back({what, ShowSeconds(like.ours.wall), ShowSeconds(like.peer.wall) + " (SQLite LIKE)", "x", like.wallRatio,
+                        Row::GOAL::AT_MOST, 0.2});
+        const auto goal = hits >= 1000 ? Row::GOAL::AT_MOST : Row::GOAL::NONE;
+        rows.push_back({what, ShowSeconds(trigrams.ours.wall), ShowSeconds(trigrams.peer.wall) + " (SQLite trigrams)", "x",
+                        trigrams.wallRatio, goal, 1});
+    }
+    const std::string medium = words[1];
+    const auto plain = [&] { return MeasureHere([&] { Keep(view.Search(medium + " groupby:none")); }); };
+    const auto grouped = [&] { return MeasureHere([&] { Keep(view.Search(medium + " type:file size:>0 groupby:category")); }); };
+    const Comparison conditions = Compare(setting.runs, grouped, plain);
+    rows.push_back({"three conditions, one of which reads metadata, grouped by category", ShowSeconds(conditions.ours.wall),
+                    ShowSeconds(conditions.peer.wall) + " (the word alone)", "x", conditions.wallRatio, Row::GOAL::AT_MOST, 2});
+    rows.push_back({"making the table of " + all, ShowSeconds(prepared), "", "s", prepared, Row::GOAL::NONE, 0});
+    return rows;
+}
+
+std::vector<Row> SearchCold(const Setting& setting) {
+    const Int count = setting.Choose(100000, 2000);
+    const std::string library = GetLibrary(setting, count);
+    std::vector<Float64> times;
+    for (Int run = 0; run < setting.runs; run++)
+        times.push_back(MeasureProgram({setting.program, "search", library, "bamboo", "--group", "none"}).cpu);
+    return {{"talvo search, cold, over " + std::to_string(count) + " indexed assets, processor time", ShowSeconds(Median(times)),
+             "", "s", Median(times), Row::GOAL::AT_MOST, 0.3}};
+}
+
+}  // namespace talvo::bench
