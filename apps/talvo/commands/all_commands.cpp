@@ -10,6 +10,7 @@ CommandList MakeAllCommands() {
     commands.push_back(MakeShowCommand());
     commands.push_back(MakeSearchCommand());
     commands.push_back(MakeTreeCommand());
+    commands.push_back(MakeBrowseCommand());
     commands.push_back(MakeFilterCommand());
     commands.push_back(MakeExplainCommand());
     commands.push_back(MakeCatCommand());
@@ -40,6 +41,18 @@ CommandList MakeAllCommands() {
     commands.push_back(MakeRepositoryNameCommand());
     commands.push_back(MakeTagCommand());
     commands.push_back(MakeIconCommand());
+    commands.push_back(MakeKeywordAddCommand());
+    commands.push_back(MakeKeywordRemoveCommand());
+    commands.push_back(MakeKeywordListCommand());
+    commands.push_back(MakeFavouriteCommand());
+    commands.push_back(MakeUseCommand());
+    commands.push_back(MakeSmartSearchAddCommand());
+    commands.push_back(MakeSmartSearchListCommand());
+    commands.push_back(MakeDefaultGetCommand());
+    commands.push_back(MakeDefaultSetCommand());
+    commands.push_back(MakeDefaultUnsetCommand());
+    commands.push_back(MakeCommandListCommand());
+    commands.push_back(MakeCommandRunCommand());
     commands.push_back(MakeCompactCommand());
     commands.push_back(MakeIndexCommand());
     commands.push_back(MakeDoctorCommand());
