@@ -81,6 +81,7 @@ if(TARGET talvo)
 endif()
 if(TARGET asset_tests)
     target_include_directories(asset_tests PRIVATE ${moduleRoots})
+    target_compile_definitions(asset_tests PRIVATE TALVO_DOCS="${PROJECT_SOURCE_DIR}/docs")
 endif()
 if(TARGET concurrency_tests)
     target_include_directories(concurrency_tests PRIVATE ${moduleRoots})
@@ -90,8 +91,12 @@ if(TARGET hostile_tests)
     target_compile_definitions(hostile_tests PRIVATE TALVO_CORPUS="${PROJECT_SOURCE_DIR}/fuzz/corpus")
 endif()
 if(TARGET talvo_tests)
-    target_compile_definitions(talvo_tests PRIVATE TALVO_BINARY="$<TARGET_FILE:talvo>")
-    add_dependencies(talvo_tests talvo)
+    # What docs/ shows a host is built and run.
+    add_executable(browser_host_example docs/examples/browser_host.cpp)
+    target_link_libraries(browser_host_example PRIVATE talvo_assets)
+    target_compile_definitions(talvo_tests PRIVATE TALVO_BINARY="$<TARGET_FILE:talvo>"
+        TALVO_EXAMPLE="$<TARGET_FILE:browser_host_example>")
+    add_dependencies(talvo_tests talvo browser_host_example)
 endif()
 
 # The installed whole, used by a project that knows nothing of this tree.
