@@ -35,9 +35,7 @@ public:
             const AssetDescription& asset = table.GetAsset(number);
             const Bool isChanged = changed.GetCount() != 0 && changed.Contains(asset->GetIdAndVersion().first);
             if (isChanged || !HasWantedType(asset)) return OK;
-            const Bool isShown =
-                table.IsValid(number) || (_request.settings.filter.showUnavailable && g_assetBuilderSettings.Get());
-            if (!isShown) return OK;
+            if (!IsShown(table.IsValid(number))) return OK;
             if (!table.HasFacts(number)) return Decide(asset, nullptr);
             const AssetFacts facts = table.GetFacts(number);
             return Decide(asset, &facts);
@@ -93,9 +91,10 @@ private:
         return other;
     }
 
-    Bool IsWanted(const AssetDescription& asset) const {
-        if (!g_assetBuilderSettings.Get() && !AssetInterface::IsAssetVisible(asset).GetValueOr(false)) return false;
-        return _request.settings.filter.showUnavailable || AssetInterface::IsAssetValid(asset).GetValueOr(false);
+    /// An asset is visible if it is valid, so one answer does.
+    Bool IsWanted(const AssetDescription& asset) const { return IsShown(AssetInterface::IsAssetValid(asset).GetValueOr(false)); }
+    Bool IsShown(Bool isValid) const {
+        return isValid || (_request.settings.filter.showUnavailable && g_assetBuilderSettings.Get());
     }
 
     const ListingRequest& _request;

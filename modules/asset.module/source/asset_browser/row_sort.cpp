@@ -21,6 +21,12 @@ int Compare(const T& first, const T& second) {
 
 int CompareNames(const String& first, const String& second) { return CompareText(first, second, COMPARE_MODE::DISPLAY); }
 
+/// A row with a rank has its name only, since others of its level rarely have none.
+String GetSortText(const BrowserRow& row) {
+    const Bool isName = row.keys == BrowserRow::KEYS::NAME && row.sortValue.GetForm() == SortValue::FORM::NONE;
+    return isName ? row.name.ToLower() : row.sortValue.GetText();
+}
+
 std::string_view GetAssetId(const BrowserRow& row) {
     return row.asset ? row.asset->GetIdAndVersion().first.GetView() : std::string_view();
 }
@@ -41,6 +47,8 @@ int CompareKeys(const BrowserRow& first, const BrowserRow& second, TEXTS&& texts
     return names != 0 ? names : Compare(first.needsNoRenderer, second.needsNoRenderer);
 }
 
+/// Whether `first` comes before `second`: a strict weak order in which two rows are equal only if names and asset ids are.
+/// @param descending turns values and names around, but never what comes first among equals. @param texts compares what GetSortText gives.
 template <typename TEXTS>
 Bool ComesBefore(const BrowserRow& first, const BrowserRow& second, ASSET_FIRST_ITEMS firstItems, Bool descending,
                  TEXTS&& texts) {
@@ -68,7 +76,7 @@ public:
         _begins.reserve(rows.size() + 1);
         for (const BrowserRow& row : rows) {
             _begins.push_back(_bytes.size());
-            if (row.keys != BrowserRow::KEYS::RELEVANCE) _bytes += MakeSortKey(row.sortValue.GetText());
+            if (row.keys != BrowserRow::KEYS::RELEVANCE) _bytes += MakeSortKey(GetSortText(row));
         }
         _begins.push_back(_bytes.size());
     }
@@ -119,11 +127,6 @@ Result<void> SortInRuns(std::vector<Item>& items, LESS&& less) {
 }
 
 }  // namespace
-
-Bool ComesBefore(const BrowserRow& first, const BrowserRow& second, ASSET_FIRST_ITEMS firstItems, Bool descending) {
-    return ComesBefore(first, second, firstItems, descending,
-                       [&] { return CompareNames(first.sortValue.GetText(), second.sortValue.GetText()); });
-}
 
 Result<void> SortRows(std::vector<BrowserRow>& rows, const RowConfig& config) {
     if (rows.size() < 2) return CheckGoesOn();
