@@ -19,6 +19,9 @@ struct FilterOptions {
     Bool missingAssets = false;
 };
 
+/// The options as the filter text that gives them. Throws std::bad_alloc.
+String WriteFilterOptions(const FilterOptions& options);
+
 /// One condition: one of the values has to match.
 struct FilterCondition {
     BaseArray<String> values;  ///< alternatives, in upper case
@@ -26,6 +29,9 @@ struct FilterCondition {
     /// Equality of key and values.
     Bool operator==(const FilterCondition&) const = default;
 };
+/// The condition for people, such as `polygons: "<5000"`. @param lengthUnitSystem 1: lengths in miles, yards, feet and inches; else metric.
+/// Throws std::bad_alloc.
+String DescribeFilterCondition(const FilterCondition& condition, Int32 lengthUnitSystem);
 
 /// The pieces of a filter.
 struct FilterPieces {

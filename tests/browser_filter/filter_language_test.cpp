@@ -8,7 +8,7 @@
 namespace talvo {
 namespace {
 
-std::string Read(const char* text, ASSET_BROWSE_MODE mode = ASSET_BROWSE_MODE::ASSET_LIST) {
+std::string Read(const std::string& text, ASSET_BROWSE_MODE mode = ASSET_BROWSE_MODE::ASSET_LIST) {
     FilterPieces pieces;
     pieces.filterString = String(text);
     const FilterReading reading = Need(ReadFilter(pieces, mode));
@@ -38,6 +38,7 @@ TEST(FilterLanguage, OptionsAndTermsOfTexts) {
         {"sortby:relevance reverseorder:true", "571209r"},
         {"reverseorder:yes reverseorder:no", "511209"},
         {"missingassets:yes missingassets:no", "511209m [undefined](NO)"},
+        {"missingassets:no missingassets:yes", "511209m [undefined](NO)"},
         {"showsubcontent:1 showsubcontent:0", "511209s [undefined](0)"},
         {"firstitems:relevant relevantitems:media relevantitems:nodes context:mesh", "511343"},
         {"NAME:\"blue car\"", "511209 [net.talvo.object.base.name](BLUE CAR)"},
@@ -57,6 +58,21 @@ TEST(FilterLanguage, OptionsAndTermsOfTexts) {
         EXPECT_EQ(Read(text), expected) << text;
     }
     EXPECT_EQ(Read("", ASSET_BROWSE_MODE::CATEGORY_TREE).front(), '1');
+}
+
+TEST(FilterLanguage, WhatIsUnderstoodIsToldToPeople) {
+    FilterPieces pieces;
+    pieces.filterString = String("oak|beech dimensions:<2m|x size: points=:1 missingassets:yes relevantitems:scenenodes");
+    const FilterReading reading = Need(ReadFilter(pieces, ASSET_BROWSE_MODE::ASSET_LIST));
+    const String options = WriteFilterOptions(reading.options);
+    EXPECT_EQ(options,
+              String("groupby:type sortby:name firstitems:favorites relevantitems:scenenodes context:other missingassets:yes"));
+    EXPECT_EQ(Read(std::string(options.GetView())), "511259m");
+    const char* expected[] = {"name, tags or keywords: \"OAK\" or \"BEECH\"", "dimensions: \"<2.187 yd\" or \"X\"",
+                              "size: no value, so nothing matches", "unknown key, so nothing matches: \"1\""};
+    ASSERT_EQ(reading.conditions.GetCount(), Int(std::size(expected)));
+    for (Int i = 0; i < reading.conditions.GetCount(); ++i)
+        EXPECT_EQ(DescribeFilterCondition(reading.conditions[i], 1), String(expected[i]));
 }
 
 TEST(FilterLanguage, PiecesAreJoined) {
@@ -86,7 +102,7 @@ TEST(FilterLanguage, LongTextsTakeTimeInProportion) {
         for (int i = 0; i < count; ++i) all += text;
         return all;
     };
-    EXPECT_EQ(Read(repeat("groupby:none ", 80000).c_str()), "711209");
+    EXPECT_EQ(Read(repeat("groupby:none ", 80000)), "711209");
     for (const char* part :
          {"a ", "\"a ", "a:b ", "|", "groupby:x ", "\"", ":", "name:\"a b\" ", "\xff ", "(((", "dimensions:1+"}) {
         FilterPieces pieces;
@@ -152,6 +168,12 @@ TEST(FilterLanguage, ValuesAgainstAlternatives) {
         for (const String& value : String(c.no).Split(String(" "), String::SPLIT::DROP_EMPTY))
             EXPECT_FALSE(c.matches(value)) << value.GetView();
     }
+    const String longName(std::string(50, 'a') + "\u00e4" + std::string(50, 'a'));
+    EXPECT_TRUE(ContainsText(longName, String(longName.ToUpper().GetView().substr(10, 80))));
+    EXPECT_FALSE(ContainsText(longName, String(std::string(90, 'A'))));
+    const std::string longId(80, 'i');
+    EXPECT_TRUE(MatchId(longId + "x", String("$" + std::string(80, 'I'))));
+    EXPECT_FALSE(MatchId("x" + longId, String("$" + std::string(80, 'I'))));
     EXPECT_EQ(WriteByteCount(12), String("12 B"));
     EXPECT_EQ(WriteByteCount(1536), String("1.5 KB"));
     EXPECT_EQ(WriteLength(250, 0), String("2.5 m"));

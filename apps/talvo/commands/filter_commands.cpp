@@ -43,54 +43,42 @@ DocumentValue ToJson(const FilterReading& reading) {
     return DocumentValue(std::move(object));
 }
 
-std::string JoinValues(const FilterCondition& condition) {
-    std::string joined;
-    for (const String& value : condition.values)
-        joined += (joined.empty() ? "\"" : " or \"") + std::string(value.GetView()) + "\"";
-    return joined.empty() ? "nothing" : joined;
-}
-
-std::string Describe(const FilterCondition& condition) {
-    if (condition.key.IsEmpty()) return "name, tags or keywords: " + JoinValues(condition);
-    return std::string(condition.key.GetView()) + ": " + JoinValues(condition);
-}
-
-String ToLowerWord(const String& word) { return word.ToLower(); }
-
-Result<void> WriteForPeople(const FilterReading& reading, Output& output) {
-    const FilterOptions& options = reading.options;
-    TRY(output.WriteLine(FormatMessage("group by @, sort by @, order @, first @, relevant @, context @", Int64(options.groupBy),
-                                       Int64(options.sortBy), options.sortOrder, Int64(options.firstItems),
-                                       Int64(options.relevantItems), Int64(options.context))));
-    for (const FilterCondition& condition : reading.conditions) TRY(output.WriteLine(Describe(condition)));
+Result<void> WriteForPeople(const FilterReading& reading, Int32 lengthUnitSystem, Output& output) {
+    TRY(output.WriteLine(WriteFilterOptions(reading.options).GetView()));
+    for (const FilterCondition& condition : reading.conditions)
+        TRY(output.WriteLine(DescribeFilterCondition(condition, lengthUnitSystem).GetView()));
     for (const FilterReading::UnknownKey& unknown : reading.unknownKeys) {
-        std::string line = FormatMessage("unknown key @", ToLowerWord(unknown.word));
-        if (unknown.suggestion.IsPopulated()) line += FormatMessage(": did you mean @:?", ToLowerWord(unknown.suggestion));
+        std::string line = FormatMessage("unknown key @", unknown.word.ToLower());
+        if (unknown.suggestion.IsPopulated()) line += FormatMessage(": did you mean @:?", unknown.suggestion.ToLower());
         TRY(output.WriteLine(line));
     }
     return OK;
 }
 
-String GetText(const DocumentValue& object, const char* key) {
+/// A text of an object; one that isn't there is empty.
+Result<String> GetText(const DocumentValue& object, const char* key) {
     const DocumentValue* value = object.FindMember(key);
-    if (!value) return String();
-    const Result<const std::string&> text = value->GetText();
-    return text.IsOk() ? String(text.GetValue()) : String();
+    if (!value || value->IsNull()) return String();
+    const std::string& text = TRY_REF(value->GetText());
+    return String(text);
 }
 
 /// One line of --batch.
 Result<FilterReading> ReadLine(const std::string& line) {
     const DocumentValue object = TRY(ReadJson(line));
+    if (const auto members = object.GetObject(); members.IsError()) return members.GetError();
     FilterPieces pieces;
-    pieces.groupFilter = GetText(object, "group");
-    pieces.sortFilter = GetText(object, "sort");
-    pieces.masterFilter = GetText(object, "master");
-    pieces.smartSearch = GetText(object, "smart");
-    pieces.filterString = GetText(object, "filter");
+    pieces.groupFilter = TRY(GetText(object, "group"));
+    pieces.sortFilter = TRY(GetText(object, "sort"));
+    pieces.masterFilter = TRY(GetText(object, "master"));
+    pieces.smartSearch = TRY(GetText(object, "smart"));
+    pieces.filterString = TRY(GetText(object, "filter"));
     const DocumentValue* local = object.FindMember("local");
-    pieces.localFilterMode = local && local->GetBool().GetValueOr(false);
+    pieces.localFilterMode = local ? TRY(local->GetBool()) : false;
     const DocumentValue* mode = object.FindMember("mode");
-    const Int64 number = mode ? mode->GetInt().GetValueOr(2) : 2;
+    const Int64 number = mode ? TRY(mode->GetInt()) : Int64(ASSET_BROWSE_MODE::ASSET_LIST);
+    if (number < Int64(ASSET_BROWSE_MODE::CATEGORY_TREE) || number > Int64(ASSET_BROWSE_MODE::DATABASES))
+        return FileFormatError::Create("\"mode\" is 1 to 8.");
     return ReadFilter(pieces, ASSET_BROWSE_MODE(Int32(number)));
 }
 
@@ -122,11 +110,10 @@ public:
         pieces.smartSearch = String(_smart.value_or(""));
         pieces.filterString = String(*_text);
         pieces.localFilterMode = _isLocal;
-        const Bool isTree = _mode && *_mode == "1";
         if (_mode && (_mode->size() != 1 || *_mode < "1" || *_mode > "8")) return WrongUsageError::Create("--mode takes 1 to 8.");
         const auto mode = _mode ? ASSET_BROWSE_MODE(Int32(_mode->front() - '0')) : ASSET_BROWSE_MODE::ASSET_LIST;
-        const FilterReading reading = TRY(ReadFilter(pieces, isTree ? ASSET_BROWSE_MODE::CATEGORY_TREE : mode));
-        TRY(output.IsJson() ? output.WriteJson(ToJson(reading)) : WriteForPeople(reading, output));
+        const FilterReading reading = TRY(ReadFilter(pieces, mode));
+        TRY(output.IsJson() ? output.WriteJson(ToJson(reading)) : WriteForPeople(reading, _isImperial ? 1 : 0, output));
         return EXIT_CODE::DONE;
     }
 
@@ -140,6 +127,8 @@ private:
                 return FileFormatError::Create(
                     FormatMessage("Line @ of the standard input: @", number, reading.GetError()->GetMessage()));
             TRY(output.WriteJson(ToJson(reading.GetValue())));
+            // Whoever asks may wait for the answer before the next question.
+            TRY(output.Flush());
         }
         return EXIT_CODE::DONE;
     }
@@ -212,8 +201,8 @@ private:
         const Bool isListed = explanation.decidedBy == ListingExplanation::LAYER::LISTED;
         TRY(output.WriteLine(FormatMessage("@ is @. @", _id, isListed ? "listed" : "not listed", explanation.reason)));
         for (const ListingExplanation::Condition& condition : explanation.conditions) {
-            TRY(output.WriteLine(
-                FormatMessage("  @  @", condition.isMet ? "met    " : "not met", Describe(condition.condition))));
+            TRY(output.WriteLine(FormatMessage("  @  @", condition.isMet ? "met    " : "not met",
+                                               DescribeFilterCondition(condition.condition, 0))));
             for (const auto& [what, value] : condition.reads)
                 TRY(output.WriteLine(FormatMessage("             @: @", what, value)));
         }

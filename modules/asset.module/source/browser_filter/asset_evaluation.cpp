@@ -8,6 +8,7 @@
 #include "keyword_asset.h"
 
 #include <algorithm>
+#include <bit>
 
 namespace talvo {
 
@@ -175,13 +176,14 @@ Result<ConditionMatch> AssetEvaluation::TestCategory(const FilterCondition& cond
     if (IsOf(ASSETTYPE_CATEGORY)) return NOT_MET;
     Id category = _facts ? _facts->category : CategoryAssetInterface::GetParentCategory(_asset);
     if (category.IsEmpty()) category = NODE_CATEGORY_UNCATEGORIZED;
-    std::vector<Id> met;
-    while (category.IsPopulated() && std::find(met.begin(), met.end(), category) == met.end()) {
+    // Categories may stand in a circle: one is remembered, at ever longer distances, until it comes again.
+    Id remembered;
+    for (UInt step = 0; category.IsPopulated() && category != remembered; ++step) {
         const String id = String::FromId(category);
         Note("category", id);
         if (FindAlternative(condition, [&](const String& value) { return ContainsText(id, value); })) return Met();
         if (category == NODE_CATEGORY_UNCATEGORIZED) break;
-        met.push_back(category);
+        if (std::has_single_bit(step + 1)) remembered = category;
         category = TRY_REF(_caches.GetParentCategory(_context.lookupRepository, category));
     }
     return NOT_MET;
@@ -203,8 +205,9 @@ Result<ConditionMatch> AssetEvaluation::TestProperty(const FilterCondition& cond
     if (key == FILTERKEY::SIZE) return TestSize(condition);
     if (key == FILTERKEY::INSTALLED || key == FILTERKEY::DOWNLOADING) {
         const ASSET_DOWNLOAD_STATE state = TRY(AssetDownloads::GetDownloadState(_asset));
-        const auto wanted = key == FILTERKEY::INSTALLED ? ASSET_DOWNLOAD_STATE::CACHED : ASSET_DOWNLOAD_STATE::QUEUED;
-        return TestBool(condition, "installed", state == wanted);
+        const Bool isInstalled = key == FILTERKEY::INSTALLED;
+        const auto wanted = isInstalled ? ASSET_DOWNLOAD_STATE::CACHED : ASSET_DOWNLOAD_STATE::QUEUED;
+        return TestBool(condition, isInstalled ? "installed" : "downloading", state == wanted);
     }
     if (key == FILTERKEY::PROTECTED) {
         const AssetRepositoryRef repository = _asset->GetRepository();
@@ -212,10 +215,7 @@ Result<ConditionMatch> AssetEvaluation::TestProperty(const FilterCondition& cond
     }
     if (key == FILTERKEY::FAVORITE) return TestBool(condition, "favourite", KeywordAssetInterface::IsFavouriteAsset(_asset));
     if (!key.GetView().starts_with(PROPERTIES_PREFIX)) return NOT_MET;
-    const FilterKeyword* keyword = nullptr;
-    for (const FilterKeyword& candidate : GetFilterKeywords()) {
-        if (candidate.key == key) keyword = &candidate;
-    }
+    const FilterKeyword* keyword = FindKeywordOfKey(key);
     switch (keyword ? keyword->form : VALUE_FORM::TEXT) {
         case VALUE_FORM::NUMBER: return TestNumberProperty(condition);
         case VALUE_FORM::FLOAT: return TestFloatProperty(condition);

@@ -5,7 +5,7 @@
 #include "browser_filter/value_forms.h"
 
 #include <algorithm>
-#include <cmath>
+#include <limits>
 
 namespace talvo {
 
@@ -24,10 +24,13 @@ Opt<Int64> Largest(const Opt<Int64>& first, const Opt<Int64>& second) {
     return std::max(*first, *second);
 }
 
-/// The largest extent of a box given as minimum x, y, z and maximum x, y, z. One turned inside out has none.
+/// The largest extent of a box given as minimum x, y, z and maximum x, y, z; 0 for one that is turned inside out, and nothing for the box around
+/// nothing, from which the boxes of files are grown.
 Opt<Float64> GetExtent(const BaseArray<Float64>& box) {
     constexpr Int AXES = 3;
     if (box.GetCount() != 2 * AXES) return std::nullopt;
+    constexpr Float64 LIMIT = std::numeric_limits<Float64>::max();
+    if (box[0] == LIMIT && box[AXES] == -LIMIT) return std::nullopt;
     Float64 largest = 0;
     for (Int axis = 0; axis < AXES; ++axis) {
         const Float64 extent = box[axis + AXES] - box[axis];
@@ -103,6 +106,8 @@ Result<const std::vector<AssetDescription>&> AssetEvaluation::GetVersions() {
 
 Opt<Int64> AssetEvaluation::FindInteger(const DataDictionary& properties, const Id& key) const {
     if (const Opt<Int64> number = properties.Get<Int64>(key)) return *number >= 0 ? number : std::nullopt;
+    if (const Opt<UInt> count = properties.Get<UInt>(key))
+        return Int64(std::min(*count, UInt(std::numeric_limits<Int64>::max())));
     const Opt<Int32> shorter = properties.Get<Int32>(key);
     return shorter && *shorter >= 0 ? Opt<Int64>(*shorter) : std::nullopt;
 }
@@ -130,7 +135,8 @@ Result<ConditionMatch> AssetEvaluation::TestNumberProperty(const FilterCondition
 Result<ConditionMatch> AssetEvaluation::TestFloatProperty(const FilterCondition& condition) {
     const DataDictionary& properties = TRY_REF(GetProperties());
     const Opt<Float64> number = FindFloat(properties, condition.key.GetId());
-    if (!number || *number < 0) return NOT_MET;
+    // Media without a length or a rate say so with these.
+    if (!number || *number < 0 || *number == std::numeric_limits<Float64>::max()) return NOT_MET;
     const String text(WriteFloat(*number));
     Note("property", text);
     for (const String& value : condition.values) {

@@ -1,12 +1,28 @@
 #include "browser_filter/filter_expression.h"
 
 #include "browser_filter/asset_evaluation.h"
+#include "kernel/thread/job.h"
 #include "keyword_asset.h"
 #include "subtype_asset.h"
 
 #include <algorithm>
 
 namespace talvo {
+
+namespace {
+
+constexpr Int MANY_VALUES = 1000;
+
+Int CountValues(const FilterTerms& terms) {
+    Int count = 0;
+    for (const FilterCondition& condition : terms.conditions) count += condition.values.GetCount() + 1;
+    return count;
+}
+
+}  // namespace
+
+FilterExpression::FilterExpression(FilterContext context, FilterTerms terms)
+    : _context(std::move(context)), _terms(std::move(terms)), _isLarge(CountValues(_terms) > MANY_VALUES) {}
 
 Result<FilterExpressionRef> FilterExpression::Create(FilterContext context, std::string_view upperText, FilterCaches& caches,
                                                      const std::vector<AssetDescription>* references) {
@@ -39,27 +55,30 @@ Result<void> FilterExpression::FindPreMatches(FilterCaches& caches, const std::v
 }
 
 Result<void> FilterExpression::AddPreMatch(const AssetDescription& reference, FilterCaches& caches) {
+    if (_isLarge && Job::IsCurrentCancelled()) return OperationCancelledError::Create();
     AssetEvaluation evaluation(_context, reference, caches);
-    PreMatch match{reference->GetIdAndVersion().first, reference->GetTypeId() == ASSETTYPE_KEYWORD, {}};
+    PreMatch match{reference->GetIdAndVersion().first, reference->GetTypeId() == ASSETTYPE_KEYWORD, nullptr};
+    std::vector<UInt32> conditions;
     for (Int i = 0; i < _terms.conditions.GetCount(); ++i) {
         const ConditionMatch met = TRY(evaluation.TestAsReference(_terms.conditions[i], match.isKeyword));
-        if (met.isMet) match.conditions.push_back(UInt32(i));
+        if (met.isMet) conditions.push_back(UInt32(i));
     }
-    if (match.conditions.empty()) return OK;
+    if (conditions.empty()) return OK;
+    match.conditions = &*_conditionSets.insert(std::move(conditions)).first;
     (match.isKeyword ? _keywords : _subtypes).emplace(std::string(match.aid.GetView()), _preMatches.size());
     _preMatches.push_back(std::move(match));
     return OK;
 }
 
 void FilterExpression::Use(const PreMatch& match, std::vector<Bool>& met) const {
-    for (const UInt32 condition : match.conditions) met[condition] = true;
+    for (const UInt32 condition : *match.conditions) met[condition] = true;
 }
 
 Bool FilterExpression::IsMetBy(const std::unordered_map<std::string, std::size_t>& matches, const Id& id, Int condition) const {
     const auto found = matches.empty() ? matches.end() : matches.find(std::string(id.GetView()));
     if (found == matches.end()) return false;
-    const std::vector<UInt32>& conditions = _preMatches[found->second].conditions;
-    return std::find(conditions.begin(), conditions.end(), UInt32(condition)) != conditions.end();
+    const std::vector<UInt32>& conditions = *_preMatches[found->second].conditions;
+    return std::binary_search(conditions.begin(), conditions.end(), UInt32(condition));
 }
 
 Result<void> FilterExpression::UsePreMatches(const AssetDescription& asset, const AssetFacts* facts, std::vector<Bool>& met,
@@ -88,6 +107,7 @@ Result<Bool> FilterExpression::IsFilteredOut(const AssetDescription& asset, Stri
     return CatchOutOfMemory([&]() -> Result<Bool> {
         if (_terms.conditions.IsEmpty()) return true;
         if (_acceptedIds.GetCount() != 0 && _acceptedIds.Contains(asset->GetIdAndVersion().first)) return false;
+        if (_isLarge && Job::IsCurrentCancelled()) return OperationCancelledError::Create();
         std::vector<Bool> met(std::size_t(_terms.conditions.GetCount()));
         TRY(UsePreMatches(asset, facts, met, matchText, caches));
         AssetEvaluation evaluation(_context, asset, caches, facts);

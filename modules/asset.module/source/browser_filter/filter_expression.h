@@ -5,6 +5,8 @@
 #include "browser_filter/filter_caches.h"
 #include "browser_filter/filter_terms.h"
 
+#include <set>
+
 namespace talvo {
 
 /// What conditions are understood in.
@@ -57,10 +59,10 @@ private:
     struct PreMatch {
         Id aid;
         Bool isKeyword = false;
-        std::vector<UInt32> conditions;
+        const std::vector<UInt32>* conditions = nullptr;
     };
     friend StrongRef<FilterExpression>;
-    FilterExpression(FilterContext context, FilterTerms terms) : _context(std::move(context)), _terms(std::move(terms)) {}
+    FilterExpression(FilterContext context, FilterTerms terms);
 
     Result<void> FindPreMatches(FilterCaches& caches, const std::vector<AssetDescription>* references);
     Result<void> AddPreMatch(const AssetDescription& reference, FilterCaches& caches);
@@ -71,6 +73,9 @@ private:
 
     const FilterContext _context;
     const FilterTerms _terms;
+    /// So many values that a look at the job's state costs nothing beside them.
+    const Bool _isLarge;
+    std::set<std::vector<UInt32>> _conditionSets;  // each once: with many conditions most pre-matches meet the same ones
     std::vector<PreMatch> _preMatches;
     std::unordered_map<std::string, std::size_t> _subtypes;  // numbers of pre-matches
     std::unordered_map<std::string, std::size_t> _keywords;

@@ -85,6 +85,13 @@ const FilterKeyword* FindFilterKeyword(std::string_view upperWord) {
     return nullptr;
 }
 
+const FilterKeyword* FindKeywordOfKey(const Id& key) {
+    for (const FilterKeyword& keyword : KEYWORDS) {
+        if (keyword.key == key) return &keyword;
+    }
+    return nullptr;
+}
+
 Opt<std::string> SuggestFilterKeyword(std::string_view upperWord) {
     if (upperWord.empty() || upperWord.size() > LONGEST_WORD) return std::nullopt;
     // A third of a word wrong is another word.

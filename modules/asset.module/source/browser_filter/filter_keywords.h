@@ -45,6 +45,8 @@ inline constexpr LiteralId SCOPE{"scope"};
 std::span<const FilterKeyword> GetFilterKeywords();
 /// @param upperWord without the colon. @return null for an unknown one.
 const FilterKeyword* FindFilterKeyword(std::string_view upperWord);
+/// The first keyword of a key, or null.
+const FilterKeyword* FindKeywordOfKey(const Id& key);
 /// The keyword or option (without its colon) that somebody who wrote `upperWord` may have meant, or nothing.
 Opt<std::string> SuggestFilterKeyword(std::string_view upperWord);
 

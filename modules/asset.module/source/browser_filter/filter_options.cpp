@@ -28,8 +28,11 @@ constexpr Word RELEVANT_WORDS[] = {{"OBJECTS", 1},    {"MATERIALS", 2}, {"MEDIA"
                                    {"SCENENODES", 5}, {"SCENES", 6},    {"PRESETS", 7}};
 constexpr Word BOOL_WORDS[] = {{"YES", 1}, {"TRUE", 1}, {"1", 1}, {"NO", 0}, {"FALSE", 0}, {"0", 0}};
 constexpr Word MISSING_WORDS[] = {{"YES", 1}};
+constexpr Word NO_WORD[] = {{"", 1}};
 
 constexpr Option MISSING_ASSETS{"MISSINGASSETS:", MISSING_WORDS};
+// It is looked for with its word: "missingassets:no" is a term, and one behind it still counts.
+constexpr Option MISSING_ASSETS_YES{"MISSINGASSETS:YES", NO_WORD};
 constexpr Option GROUP_BY{"GROUPBY:", GROUP_WORDS};
 constexpr Option SORT_BY{"SORTBY:", SORT_WORDS};
 constexpr Option CONTEXT{"CONTEXT:", CONTEXT_WORDS};
@@ -101,6 +104,15 @@ void TakeEnum(std::string& text, const Option& option, ENUM& value) {
     value = ENUM(TakeOption(text, option, READ::TO_THE_LAST, Int32(value)));
 }
 
+void WriteOption(std::string& text, const Option& option, Int32 value) {
+    for (const Word& word : option.words) {
+        if (word.value != value) continue;
+        if (!text.empty()) text += ' ';
+        (text += option.name) += word.text;
+        return;
+    }
+}
+
 Int32 GetSortOrder(ASSET_SORT_BY sortBy, Bool reverse) {
     switch (sortBy) {
         case ASSET_SORT_BY::NAME: return reverse ? 2 : 1;
@@ -121,7 +133,7 @@ std::string_view TrimBlanks(std::string_view text) {
 FilterOptions TakeFilterOptions(std::string& upperText, ASSET_BROWSE_MODE mode) {
     FilterOptions options;
     options.groupBy = mode == ASSET_BROWSE_MODE::ASSET_LIST ? ASSET_GROUP_BY::TYPE : ASSET_GROUP_BY::CATEGORY;
-    options.missingAssets = TakeOption(upperText, MISSING_ASSETS, READ::ONCE, 0) != 0;
+    options.missingAssets = TakeOption(upperText, MISSING_ASSETS_YES, READ::ONCE, 0) != 0;
     TakeEnum(upperText, GROUP_BY, options.groupBy);
     TakeEnum(upperText, SORT_BY, options.sortBy);
     TakeEnum(upperText, CONTEXT, options.context);
@@ -131,6 +143,19 @@ FilterOptions TakeFilterOptions(std::string& upperText, ASSET_BROWSE_MODE mode) 
     TakeEnum(upperText, FIRST_ITEMS, options.firstItems);
     TakeEnum(upperText, RELEVANT_ITEMS, options.relevantItems);
     return options;
+}
+
+String WriteFilterOptions(const FilterOptions& options) {
+    std::string text;
+    WriteOption(text, GROUP_BY, Int32(options.groupBy));
+    WriteOption(text, SORT_BY, Int32(options.sortBy));
+    WriteOption(text, FIRST_ITEMS, Int32(options.firstItems));
+    WriteOption(text, RELEVANT_ITEMS, Int32(options.relevantItems));
+    WriteOption(text, CONTEXT, Int32(options.context));
+    if (options.showSubContent) WriteOption(text, SHOW_SUB_CONTENT, 1);
+    if (options.reverseOrder) WriteOption(text, REVERSE_ORDER, 1);
+    if (options.missingAssets) WriteOption(text, MISSING_ASSETS, 1);
+    return String(text).ToLower();
 }
 
 std::vector<std::string_view> GetOptionWords(std::string_view name) {

@@ -202,7 +202,10 @@ Result<Opt<Candidates>> SearchTable::Find(const FilterExpression& expression, In
         return Opt<Candidates>();
     Candidates found(_rows.size(), false);
     if (isName) {
-        for (const String& value : condition.values) FindByText(value, found);
+        for (const String& value : condition.values) {
+            if (Job::IsCurrentCancelled()) return OperationCancelledError::Create();
+            FindByText(value, found);
+        }
         for (const UInt32 number : _odd) found.Add(number);
     }
     std::vector<Bool> ids(_ids.ids.size());
@@ -229,6 +232,7 @@ Result<Opt<Candidates>> SearchTable::Find(const FilterExpression& expression, In
 Result<void> SearchTable::FindByKeyword(const FilterCondition& condition, FilterCaches& caches,
                                         const AssetRepositoryRef& repository, std::vector<Bool>& lists) const {
     for (std::size_t i = 1; i < lists.size(); ++i) {
+        if (Job::IsCurrentCancelled()) return OperationCancelledError::Create();
         for (const Id& keyword : _keywordLists[i].ids) {
             const String& name = TRY_REF(caches.GetKeywordName(repository, keyword));
             if (name.IsEmpty()) continue;

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <chrono>
 #include <cmath>
+#include <cstring>
 
 namespace talvo {
 
@@ -17,6 +18,15 @@ struct Comparison {
     OPERATOR op = OPERATOR::EQUAL;
     std::string_view operand;
 };
+
+/// Longer values are looked for in time that grows with the text alone, whatever they are.
+constexpr std::size_t LONG_VALUE = 64;
+/// In upper case a text has at most so many times its bytes.
+constexpr std::size_t GROWTH = 2;
+
+Bool ContainsBytes(std::string_view text, std::string_view wanted) {
+    return memmem(text.data(), text.size(), wanted.data(), wanted.size()) != nullptr;
+}
 
 Bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
@@ -113,14 +123,24 @@ constexpr Scale IMPERIAL[] = {
 
 }  // namespace
 
-Bool ContainsText(const String& text, const String& value) { return text.FindUpperIndex(value) != String::NOT_FOUND; }
+Bool ContainsText(const String& text, const String& value) {
+    const std::size_t length = value.GetView().size();
+    if (length < LONG_VALUE) return text.FindUpperIndex(value) != String::NOT_FOUND;
+    return length <= GROWTH * text.GetView().size() && ContainsBytes(text.ToUpper().GetView(), value.GetView());
+}
 
 Bool MatchId(std::string_view idText, const String& value) {
     std::string_view wanted = value.GetView();
     const Bool isAtFront = wanted.starts_with('$');
     if (isAtFront) wanted.remove_prefix(1);
     if (wanted.size() > idText.size()) return false;
-    const auto isSame = [](char id, char upper) { return (id >= 'a' && id <= 'z' ? char(id - 'a' + 'A') : id) == upper; };
+    const auto fold = [](char c) { return c >= 'a' && c <= 'z' ? char(c - 'a' + 'A') : c; };
+    const auto isSame = [&](char id, char upper) { return fold(id) == upper; };
+    if (wanted.size() >= LONG_VALUE) {
+        std::string upper(isAtFront ? idText.substr(0, wanted.size()) : idText);
+        std::transform(upper.begin(), upper.end(), upper.begin(), fold);
+        return ContainsBytes(upper, wanted);
+    }
     if (isAtFront) return std::equal(wanted.begin(), wanted.end(), idText.begin(), [&](char w, char i) { return isSame(i, w); });
     return std::search(idText.begin(), idText.end(), wanted.begin(), wanted.end(), isSame) != idText.end() || wanted.empty();
 }
@@ -154,6 +174,15 @@ Bool MatchesOrderedText(const String& text, const String& value) {
     const String upper = text.ToUpper();
     if (comparison->op == OPERATOR::EQUAL) return upper == operand;
     return Holds(comparison->op, CompareText(upper, operand, COMPARE_MODE::DISPLAY), 0);
+}
+
+String DescribeLength(const String& value, Int32 lengthUnitSystem) {
+    const Opt<Comparison> comparison = ReadComparison(value.GetView());
+    const Opt<Float64> units = comparison ? ReadNumber<Float64>(comparison->operand) : std::nullopt;
+    if (!units) return value;
+    const std::string_view text = value.GetView();
+    const std::string op(text.substr(0, text.size() - comparison->operand.size()));
+    return String(op) + WriteLength(*units, lengthUnitSystem);
 }
 
 String WriteByteCount(Int64 bytes) {

@@ -24,6 +24,8 @@ Bool IsComparison(const String& value);
 /// With an operator in front the order of whole texts, in display order; "=" without regard to case. Else as ContainsText.
 Bool MatchesOrderedText(const String& text, const String& value);
 
+/// A comparison of lengths for people: "<200" as "<2 m"; anything else as it is. @param lengthUnitSystem as of WriteLength.
+String DescribeLength(const String& value, Int32 lengthUnitSystem);
 /// "12 B", "1.5 KB", "3.2 MB".
 String WriteByteCount(Int64 bytes);
 /// A length of so many units, of which 100 make a metre. @param lengthUnitSystem 1: miles, yards, feet and inches; else metric.
