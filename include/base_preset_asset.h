@@ -72,4 +72,18 @@ struct AddAssetDepencendyStruct {
     HashMap<Id, AssetDescription> added;
 };
 
+/// Held by values of this process only.
+template <>
+struct DataTraits<StoreAssetStruct> {
+    static constexpr LiteralId ID{"net.talvo.datatype.storeassetstruct"};
+};
+template <>
+struct DataTraits<ResolveAssetDependenciesStruct> {
+    static constexpr LiteralId ID{"net.talvo.datatype.resolveassetdependenciesstruct"};
+};
+template <>
+struct DataTraits<AddAssetDepencendyStruct> {
+    static constexpr LiteralId ID{"net.talvo.datatype.addassetdepencendystruct"};
+};
+
 }  // namespace talvo

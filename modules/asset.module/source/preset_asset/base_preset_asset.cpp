@@ -6,6 +6,11 @@ namespace talvo {
 
 namespace {
 
+[[maybe_unused]] const Bool DATA_TYPES_KNOWN = [] {
+    DataTypes::RegisterAll<StoreAssetStruct, ResolveAssetDependenciesStruct, AddAssetDepencendyStruct>();
+    return true;
+}();
+
 ErrorRef MakeMissingError(const char* what) {
     return FunctionNotImplementedError::Create(FormatMessage("This kind of presets has no @.", what));
 }
