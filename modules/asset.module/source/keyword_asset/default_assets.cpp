@@ -43,9 +43,16 @@ Result<const BasePresetAssetType*> FindPresetType(const AssetDescription& ad, As
     return preset;
 }
 
+/// Those of the user, to be changed. From a damaged file nothing can be taken over; the store sets it aside.
+Result<DataDictionary> ReadDefaultsToChange() {
+    Result<DataDictionary> defaults = ReadDefaults(SETTINGS_LEVEL::USER);
+    if (defaults.IsError() && FileFormatError::IsClassOf(defaults.GetError())) return DataDictionary();
+    return defaults;
+}
+
 Result<void> WriteDefault(const Id& subtype, const Opt<IdAndVersion>& asset) {
     const ScopedWriteLock<ARWLock> lock(GetDefaultsLock());
-    DataDictionary defaults = TRY(ReadDefaults(SETTINGS_LEVEL::USER));
+    DataDictionary defaults = TRY(ReadDefaultsToChange());
     if (asset) {
         defaults.Set(subtype, *asset);
     } else {
