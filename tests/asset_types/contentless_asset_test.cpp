@@ -2,8 +2,10 @@
 
 #include "category_asset.h"
 #include "colorcategory_asset.h"
+#include "command_asset.h"
 #include "database_asset.h"
 #include "kernel/io/file_utilities.h"
+#include "keyword_asset.h"
 #include "memoryassetrepository.h"
 #include "nodespace_asset.h"
 #include "plugin_asset.h"
@@ -36,6 +38,8 @@ const Kind KINDS[] = {
     {ASSETTYPE_DATABASE, Make<DatabaseAssetInterface>, "database", "genericasset.svg", ""},
     {ASSETTYPE_SUBTYPE, Make<SubTypeAssetInterface>, "subtype", "genericasset.svg", ""},
     {ASSETTYPE_SMARTSEARCH, Make<SmartSearchAssetInterface>, "smart filter", "smartsearch.svg", "tags"},
+    {ASSETTYPE_KEYWORD, Make<KeywordAssetInterface>, "keyword", "keyword.svg", ""},
+    {ASSETTYPE_COMMAND, Make<CommandAssetInterface>, "command", "keyword.svg", ""},
     {ASSETTYPE_NODESPACE, Make<NodeSpaceAssetInterface>, "nodespace", "genericasset.svg", "tags category"},
     {ASSETTYPE_PLUGIN, Make<PluginAssetInterface>, "plugin", "genericasset.svg", "tags category"},
 };
