@@ -1,7 +1,7 @@
 // Names of types and of assets.
 #include "asset_presentation.h"
 #include "base_preset_asset.h"
-#include "category_asset.h"
+#include "category_asset/category_chain.h"
 
 namespace talvo {
 
@@ -9,8 +9,6 @@ namespace {
 
 constexpr std::string_view FILE_SUBTYPE_PREFIX = "net.talvo.asset.subtype.file.";
 constexpr const char* UNKNOWN_TYPE_PREFIX = "#$99";
-/// Categories may be stored in a circle; nobody nests them deeper.
-constexpr int MAX_DEPTH = 1000;
 
 struct TypeName {
     LiteralId type;
@@ -39,15 +37,11 @@ Result<String> ReadName(const AssetDescription& asset) {
 }
 
 Result<String> AddParents(const AssetRepositoryRef& repository, const AssetDescription& asset, String text) {
-    Id parent = CategoryAssetInterface::GetParentCategory(asset);
-    for (int depth = 0; parent.IsPopulated() && depth < MAX_DEPTH; ++depth) {
-        const AssetDescription category =
-            TRY(repository->FindLatestAsset(ASSETTYPE_CATEGORY, parent, Id(), ASSET_FIND_MODE::NONE));
-        if (!category) break;
+    TRY(WalkCategories(asset, repository, [&](const AssetDescription& category) -> Result<Bool> {
         const String name = TRY(ReadName(category));
         text = name + String("/") + text;
-        parent = CategoryAssetInterface::GetParentCategory(category);
-    }
+        return true;
+    }));
     return text;
 }
 

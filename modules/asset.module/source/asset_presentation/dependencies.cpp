@@ -5,6 +5,7 @@
 #include "nodespace_asset.h"
 #include "plugin_asset.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace talvo {
@@ -51,8 +52,12 @@ Result<Bool> HasMissingDependencies(const AssetRepositoryRef& lookupRepository, 
             open.pop_back();
             if (next->GetIdAndVersion().first == MISSING_FILE) return true;
             const BaseArray<AssetDependencyStruct> dependencies = TRY(ReadDependencies(next));
+            // Known without looking anything up.
+            const Bool isKnown = std::any_of(dependencies.begin(), dependencies.end(), [](const AssetDependencyStruct& one) {
+                return one.assetIdAndVersion.first == MISSING_FILE;
+            });
+            if (isKnown) return true;
             for (const AssetDependencyStruct& dependency : dependencies) {
-                if (dependency.assetIdAndVersion.first == MISSING_FILE) return true;
                 TRY(AssetInterface::ResolveAssetsWithMissingAssets(
                     lookupRepository, dependency.assetTypeId, dependency.assetIdAndVersion, dependency.assetCreationDate, checked,
                     [&](const AssetDescription& found, CheckedAssets&) -> Result<void> {

@@ -3,6 +3,8 @@
 #include "kernel/app/log.h"
 #include "kernel/data/data_type.h"
 
+#include <string>
+#include <string_view>
 #include <tuple>
 
 namespace talvo {
@@ -19,36 +21,38 @@ using TagRecord = std::tuple<String, CString, CString>;
     return true;
 }();
 
-Result<String> ExpandPlaceholder(const AssetDescription& asset, const NodeSystemClassRef& cls, const String& placeholder,
-                                 LanguageRef language) {
-    const Int slash = placeholder.FindIndex(String("/"));
-    const String node = slash == String::NOT_FOUND ? placeholder : placeholder.GetPart(0, slash);
-    const String port = slash == String::NOT_FOUND ? String() : placeholder.GetPart(slash + 1);
+Result<std::string> ExpandPlaceholder(const AssetDescription& asset, const NodeSystemClassRef& cls, std::string_view placeholder,
+                                      LanguageRef language) {
+    const std::size_t slash = placeholder.find('/');
+    const String node(placeholder.substr(0, slash));
+    const String port(slash == std::string_view::npos ? std::string_view() : placeholder.substr(slash + 1));
     const BaseArray<String> entries = TRY(NodeLibrary::GetPortEntries(asset, cls, node, port, language));
-    String joined;
+    std::string joined;
     for (const String& entry : entries) {
         if (entry.IsEmpty()) continue;
-        if (joined.IsPopulated()) joined += String(", ");
-        joined += String(SHOWN_MARK) + entry;
+        if (!joined.empty()) joined += ", ";
+        joined += SHOWN_MARK;
+        joined += entry.GetView();
     }
     return joined;
 }
 
 Result<String> ExpandTags(const AssetDescription& asset, const NodeSystemClassRef& cls, const String& tags,
                           LanguageRef language) {
-    String expanded;
-    String rest = tags;
+    std::string expanded;
+    std::string_view rest = tags.GetView();
     for (;;) {
-        const Int begin = rest.FindIndex(String("{"));
-        const Int end = begin == String::NOT_FOUND ? begin : rest.FindIndex(String("}"), begin + 1);
-        if (end == String::NOT_FOUND) return expanded + rest;
-        const Result<String> entries = ExpandPlaceholder(asset, cls, rest.GetPart(begin + 1, end - begin - 1), language);
+        const std::size_t begin = rest.find('{');
+        const std::size_t end = begin == std::string_view::npos ? begin : rest.find('}', begin);
+        if (end == std::string_view::npos) return String((expanded += rest));
+        const Result<std::string> entries = ExpandPlaceholder(asset, cls, rest.substr(begin + 1, end - begin - 1), language);
         if (entries.IsError()) {
             Log(LOG_LEVEL::WARNING, "The tags of @ can't be told: @", asset->ToString(), entries.GetError()->GetMessage());
             return entries.GetError();
         }
-        expanded += rest.GetPart(0, begin) + String(";") + entries.GetValue() + String(";");
-        rest = rest.GetPart(end + 1);
+        expanded += rest.substr(0, begin);
+        expanded += ";" + entries.GetValue() + ";";
+        rest.remove_prefix(end + 1);
     }
 }
 
@@ -75,7 +79,8 @@ Result<String> GetTagStrings(const AssetDescription& asset, const NodeSystemClas
         // Most tags have no placeholder: they are what they say.
         if (tags.FindIndex(String("{")) == String::NOT_FOUND) return tags;
         const CString code(language->GetIdentifier().GetView());
-        const Opt<Data> kept = TRY(asset->GetMetaData().Get<Data>(key));
+        // Whatever is there: a text that somebody stored or a record.
+        const Opt<Data> kept = TRY(asset->GetMetaData()->Get(key));
         const Opt<CString> stamp = TRY(asset->GetMetaData().Get<CString>(ASSETMETADATA::DERIVEDMETADATASTAMP));
         if (kept) {
             if (const String* text = kept->GetPtr<String>(); text && text->IsPopulated()) return *text;
