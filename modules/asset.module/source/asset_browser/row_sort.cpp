@@ -75,6 +75,7 @@ public:
     explicit TextKeys(const std::vector<BrowserRow>& rows) {
         _begins.reserve(rows.size() + 1);
         for (const BrowserRow& row : rows) {
+            if (_begins.size() % ROWS_OF_A_RUN == 0 && Job::IsCurrentCancelled()) return;  // whoever asks next gives up
             _begins.push_back(_bytes.size());
             if (row.keys != BrowserRow::KEYS::RELEVANCE) _bytes += MakeSortKey(GetSortText(row));
         }
@@ -140,6 +141,7 @@ Result<void> SortRows(std::vector<BrowserRow>& rows, const RowConfig& config) {
         const Bool hasHeads = !hasRanks && std::all_of(rows.begin(), rows.end(), isNamed);
         Opt<TextKeys> keys;
         if (!hasRanks) keys.emplace(rows);
+        TRY(CheckGoesOn());
         std::vector<Item> items(rows.size());
         for (std::size_t i = 0; i < rows.size(); ++i) {
             const UInt head = hasRanks ? rows[i].rank : hasHeads ? keys->GetHead(i) : 0;
