@@ -30,7 +30,8 @@ Result<ASSET_DOWNLOAD_STATE> AssetDownloads::GetDownloadState(const AssetDescrip
         const Bool isValid = TRY(AssetInterface::IsAssetValid(ad));
         if (!isValid || !ad) return ASSET_DOWNLOAD_STATE::INVALID;
         const Result<const Url&> url = ad->GetUrl();
-        return url.IsError() ? ASSET_DOWNLOAD_STATE::INVALID : ASSET_DOWNLOAD_STATE::CACHED;
+        const Bool hasUrl = url.IsOk() && url.GetValue().IsPopulated();
+        return hasUrl ? ASSET_DOWNLOAD_STATE::CACHED : ASSET_DOWNLOAD_STATE::INVALID;
     });
 }
 
