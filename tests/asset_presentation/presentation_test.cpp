@@ -3,12 +3,14 @@
 
 #include "category_asset.h"
 #include "colorcategory_asset.h"
+#include "kernel/app/application.h"
 #include "kernel/app/log.h"
 #include "memoryassetrepository.h"
 #include "nodespace_asset.h"
 #include "plugin_asset.h"
 #include "subtype_asset.h"
 #include "support/asset_preset_support.h"
+#include "url_repository/create_repository.h"
 
 #include <algorithm>
 
@@ -252,6 +254,46 @@ TEST_F(Tags, haveTheEntriesOfPortsInPlaceOfPlaceholders) {
     }
     EXPECT_EQ(Need(GetTagStrings(StoreNote("untagged"_id), nullptr, nullptr)), String());
     EXPECT_THAT(GetTagStrings(nullptr, nullptr, nullptr), FailsWith<NullptrError>());
+}
+
+TEST_F(Tags, areKeptOnDisk) {
+    const ScratchDirectory scratch;
+    Application::SetHome(scratch.GetUrl() + "home");
+    scratch.MakeFolder("repo");
+    Int count = 0;
+    NodeLibrary::SetPortEntries([&](const AssetDescription&, const NodeSystemClassRef&, const String&, const String&,
+                                    LanguageRef) -> Result<BaseArray<String>> {
+        ++count;
+        return BaseArray<String>();
+    });
+    for (Int round = 0; round < 2; ++round) {
+        UrlRepositoryRequest request;
+        request.id = "repo"_id;
+        request.url = scratch.GetUrl() + "repo";
+        request.access = UrlRepositoryRequest::ACCESS::WRITABLE;
+        const UpdatableAssetRepositoryRef repository = Need(OpenUrlRepository(request));
+        if (round == 0) {
+            const AssetDescription stored = Need(repository->StoreAsset("a"_id, MakeNote("text", {}), nullptr));
+            Need(stored->StoreMetaString(InternedId(OBJECT_BASE_TAGS), "a;{n/p}", nullptr));
+        }
+        EXPECT_EQ(ToText(Need(GetTagStrings(FindLatest(repository, "a"_id), nullptr, nullptr))), "a;;;");
+    }
+    EXPECT_EQ(count, 1) << "once for both openings";
+    Application::SetHome(Url());
+}
+
+TEST(NodeLibrary, agreesUnlessTheHostKnowsBetter) {
+    struct AnyClass final : NodeSystemClassInterface {};
+    const NodeSystemClassRef cls(StrongRef<AnyClass>::Create());
+    EXPECT_TRUE(NodeLibrary::AssetSupports(nullptr, cls));
+    EXPECT_FALSE(NodeLibrary::IsMorvaneObjectAsset(nullptr));
+    NodeLibrary::SetAssetSupports([](const AssetDescription&, const NodeSystemClassRef&) { return false; });
+    NodeLibrary::SetIsMorvaneObjectAsset([](const AssetDescription&) { return true; });
+    EXPECT_FALSE(NodeLibrary::AssetSupports(nullptr, cls));
+    EXPECT_TRUE(NodeLibrary::AssetSupports(nullptr, nullptr)) << "no class has all nodes";
+    EXPECT_TRUE(NodeLibrary::IsMorvaneObjectAsset(nullptr));
+    NodeLibrary::SetAssetSupports(nullptr);
+    NodeLibrary::SetIsMorvaneObjectAsset(nullptr);
 }
 
 TEST_F(Tags, areKeptForOneLanguageAndOneStampAndUntilTheyChange) {

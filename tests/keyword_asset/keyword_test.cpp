@@ -262,6 +262,11 @@ TEST_F(Defaults, areReadAsIdOrAsIdAndVersionAndSurviveOddSettings) {
     EXPECT_EQ(GetState(asset), "possible");
     Need(KeywordAssetInterface::SetDefaultAsset(asset, true));
     EXPECT_EQ(GetState(asset), "possible default");
+    Application::SetHome(_scratch.GetUrl() + "elsewhere");
+    EXPECT_EQ(GetState(asset), "possible") << "each home has its own";
+    Application::SetHome(_scratch.GetUrl());
+    EXPECT_EQ(GetState(asset), "possible default");
+    EXPECT_EQ(GetDefault("sub"_id), ToText(asset->ToString())) << "with its version, from the file";
 }
 
 TEST_F(Defaults, inADamagedFileAreSetAsideWithAWarning) {
