@@ -1,44 +1,60 @@
 // The page that teaches the filter language tells all of it, and its examples are right.
-#include "asset_filter.h"
 #include "browser_filter/filter_keywords.h"
 #include "browser_filter/filter_options.h"
-
-#include <gtest/gtest.h>
+#include "support/asset_test_support.h"
 
 #include <fstream>
-#include <sstream>
+#include <iterator>
+#include <regex>
 
 namespace talvo {
 namespace {
 
-TEST(FilterPage, TellsEachKeywordAndOption) {
-    std::ifstream file(std::string(TALVO_DOCS) + "/filter.md");
-    std::stringstream stream;
-    stream << file.rdbuf();
-    const String page(stream.str());
-    for (const FilterKeyword& keyword : GetFilterKeywords())
-        EXPECT_NE(page.FindUpperIndex(String("`" + std::string(keyword.word) + ":`")), String::NOT_FOUND) << keyword.word;
+class FilterPage : public testing::Test {
+protected:
+    FilterPage() {
+        std::ifstream file(std::string(TALVO_DOCS) + "/filter.md");
+        page.assign(std::istreambuf_iterator<char>(file), {});
+    }
+    Bool Has(const std::string& text) const { return page.find(text) != std::string::npos; }
+    static std::string Lower(std::string_view text) { return std::string(String(text).ToLower().GetView()); }
+
+    std::string page;
+};
+
+TEST_F(FilterPage, TellsEachKeywordWithItsForm) {
+    // In the order of VALUE_FORM.
+    const char* forms[] = {"text",   "type", "yes or no",     "number",      "decimal number",
+                           "length", "date", "count or text", "ordered text"};
+    for (const FilterKeyword& keyword : GetFilterKeywords()) {
+        const std::string row = "| `" + Lower(keyword.word) + ":` | " + forms[int(keyword.form)] + " | ";
+        EXPECT_TRUE(Has(row)) << row;
+    }
+    for (const char* form : forms) EXPECT_TRUE(Has(std::string("\n| ") + form + " | ")) << form;
+    for (const char* op : {"`=` or none", "`<`", "`>`", "`<=`", "`>=`"}) EXPECT_TRUE(Has(std::string("\n| ") + op + " | ")) << op;
+}
+
+TEST_F(FilterPage, TellsEachOptionWithItsWords) {
     for (const std::string_view option : GetOptionNames()) {
-        EXPECT_NE(page.FindUpperIndex(String("`" + std::string(option) + "`")), String::NOT_FOUND) << option;
-        for (const std::string_view word : GetOptionWords(option)) {
-            const Bool isOther = word == "TRUE" || word == "FALSE" || word == "1" || word == "0";
-            EXPECT_TRUE(isOther || page.FindUpperIndex(String("`" + std::string(word) + "`")) != String::NOT_FOUND) << word;
-        }
+        const std::size_t begin = page.find("\n| `" + Lower(option) + "` | ");
+        ASSERT_NE(begin, std::string::npos) << option;
+        const std::string row = page.substr(begin, page.find('\n', begin + 1) - begin);
+        for (const std::string_view word : GetOptionWords(option))
+            EXPECT_NE(row.find("`" + Lower(word) + "`"), std::string::npos) << option << word;
     }
-    // The examples have no unknown keyword.
-    Int examples = 0;
-    for (const String& line : page.Split(String("\n"), String::SPLIT::DROP_EMPTY)) {
-        if (!line.StartsWith(String("| `")) || line.FindIndex(String(":` |")) != String::NOT_FOUND) continue;
-        if (line.FindIndex(String("`, `")) != String::NOT_FOUND) continue;
-        const String text = line.GetPart(3, line.FindIndex(String("` |")) - 3).Replace(String("\\|"), String("|"));
+}
+
+TEST_F(FilterPage, TwentyExamplesAreUnderstood) {
+    const std::regex example("\n[0-9]+\\. `([^`]*)`");
+    int count = 0;
+    for (std::sregex_iterator found(page.begin(), page.end(), example), none; found != none; ++found, ++count) {
         FilterPieces pieces;
-        pieces.filterString = text;
-        const Result<FilterReading> reading = ReadFilter(pieces, ASSET_BROWSE_MODE::ASSET_LIST);
-        ASSERT_TRUE(reading.IsOk());
-        EXPECT_TRUE(reading.GetValue().unknownKeys.IsEmpty()) << text.GetView();
-        ++examples;
+        pieces.filterString = String((*found)[1].str());
+        const FilterReading reading = Need(ReadFilter(pieces, ASSET_BROWSE_MODE::ASSET_LIST));
+        EXPECT_TRUE(reading.unknownKeys.IsEmpty()) << (*found)[1];
+        EXPECT_FALSE(reading.conditions.IsEmpty()) << (*found)[1];
     }
-    EXPECT_EQ(examples, 20);
+    EXPECT_EQ(count, 20);
 }
 
 }  // namespace

@@ -105,7 +105,12 @@ Result<ConditionMatch> AssetEvaluation::TestType(const FilterCondition& conditio
 }
 
 Result<ConditionMatch> AssetEvaluation::TestAnnotations(const FilterCondition& condition) {
-    const String text = TRY(_asset->GetMetaString(condition.key, nullptr, String()));
+    // A text of a language, or one for all.
+    String text = TRY(_asset->GetMetaString(condition.key, nullptr, String()));
+    if (text.IsEmpty()) {
+        const Opt<String> plain = TRY(_asset->GetMetaData().Get<String>(condition.key));
+        text = plain.value_or(String());
+    }
     Note("annotations", text);
     return FindAlternative(condition, [&](const String& value) { return ContainsText(text, value); }) ? Met() : NOT_MET;
 }
@@ -279,8 +284,8 @@ Result<ConditionMatch> AssetEvaluation::TestVersions(const FilterCondition& cond
             continue;
         }
         for (const AssetDescription& version : versions) {
-            const String tag = TRY(version->GetMetaString(condition.key, nullptr, String()));
-            if (ContainsText(tag, value)) return Met(tag);
+            const Opt<String> tag = TRY(version->GetMetaData().Get<String>(condition.key));
+            if (tag && ContainsText(*tag, value)) return Met(*tag);
         }
     }
     return NOT_MET;

@@ -13,7 +13,8 @@ Result<const String&> FilterCaches::GetKeywordName(const AssetRepositoryRef& rep
         keyword.IsEmpty() ? AssetDescription()
                           : TRY(repository->FindLatestAsset(ASSETTYPE_KEYWORD, keyword, Id(), ASSET_FIND_MODE::NONE));
     if (asset) {
-        name = TRY(GetAssetTypeName(repository, ASSETTYPE_KEYWORD, keyword, Id(), false, nullptr));
+        // One without a name is told by its id, which is none.
+        name = TRY(asset->GetMetaString(InternedId(OBJECT_BASE_NAME), nullptr, String()));
         if (name.GetView() == keyword.GetView()) name = String();
     }
     return _keywordNames.emplace(std::move(key), std::move(name)).first->second;
