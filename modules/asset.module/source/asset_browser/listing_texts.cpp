@@ -12,6 +12,7 @@ namespace {
 
 constexpr LiteralId UNCATEGORIZED{"net.talvo.assetcategory.uncategorized"};
 constexpr const char* PATH_SEPARATOR = " > ";
+constexpr const char* PART_SEPARATOR = " - ";
 }  // namespace
 
 String GetListingText(const char* key) { return LoadGlobalString(key); }
@@ -28,10 +29,11 @@ ListingTexts::ListingTexts(AssetRepositoryRef lookupRepository, UniversalDateTim
       _today(GetLocalDay(_now)) {}
 
 Result<const ListingTexts::Category&> ListingTexts::GetCategory(const Id& id) {
-    const std::string key(id.GetView());
-    if (const auto known = _categories.find(key); known != _categories.end()) return known->second;
+    if (const Category* known = _categories.Find(id)) return *known;
     Category found = TRY(FindCategory(id));
-    return _categories.emplace(key, std::move(found)).first->second;
+    Category* const kept = TRY(_categories.InsertKey(id));
+    *kept = std::move(found);
+    return *kept;
 }
 
 Result<ListingTexts::Category> ListingTexts::FindCategory(const Id& id) const {
@@ -55,24 +57,36 @@ Result<ListingTexts::Category> ListingTexts::FindCategory(const Id& id) const {
 }
 
 Result<const String&> ListingTexts::GetTypeName(const Id& type, const Id& subtype) {
-    std::string key(type.GetView());
-    key += '\n';
-    key += subtype.GetView();
-    if (const auto known = _typeNames.find(key); known != _typeNames.end()) return known->second;
+    const std::pair<Id, Id> key(type, subtype);
+    if (const String* known = _typeNames.Find(key)) return *known;
     String name;
     if (subtype.IsPopulated()) name = TRY(GetAssetTypeName(_lookupRepository, ASSETTYPE_SUBTYPE, subtype, Id(), false, nullptr));
     if (name.IsEmpty()) name = std::get<0>(GetAssetTypeName(type));
-    return _typeNames.emplace(std::move(key), std::move(name)).first->second;
+    String* const kept = TRY(_typeNames.InsertKey(key));
+    *kept = std::move(name);
+    return *kept;
+}
+
+Result<const String&> ListingTexts::GetSubtitle(const Id& type, const Id& subtype, const Id& category) {
+    const std::pair<std::pair<Id, Id>, Id> key({type, subtype}, category);
+    if (const String* known = _subtitles.Find(key)) return *known;
+    const String& typeName = TRY_REF(GetTypeName(type, subtype));
+    const Category& place = TRY_REF(GetCategory(category));
+    String* const kept = TRY(_subtitles.InsertKey(key));
+    *kept = typeName + String(PART_SEPARATOR) + place.path;
+    return *kept;
 }
 
 String ListingTexts::GetTypePrefix(const Id& type) { return std::get<1>(GetAssetTypeName(type)); }
 
 Result<const String&> ListingTexts::GetRepositoryName(const AssetDescription& asset) {
-    const std::string key(asset->GetRepositoryId().GetView());
-    if (const auto known = _repositoryNames.find(key); known != _repositoryNames.end()) return known->second;
+    const Id& id = asset->GetRepositoryId();
+    if (const String* known = _repositoryNames.Find(id)) return *known;
     String name;
     if (const AssetRepositoryRef repository = asset->GetRepository()) name = TRY(repository->GetRepositoryName(nullptr, false));
-    return _repositoryNames.emplace(key, std::move(name)).first->second;
+    String* const kept = TRY(_repositoryNames.InsertKey(id));
+    *kept = std::move(name);
+    return *kept;
 }
 
 Result<UniversalDateTime> ListingTexts::GetCreationDate(const AssetDescription& asset) const {

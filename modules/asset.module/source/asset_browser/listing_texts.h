@@ -2,8 +2,7 @@
 #pragma once
 
 #include "assets.h"
-
-#include <unordered_map>
+#include "kernel/base/hash_map.h"
 
 namespace talvo {
 
@@ -30,6 +29,8 @@ public:
     Result<const Category&> GetCategory(const Id& id);
     /// Name of a subtype, or of a type where `subtype` is null. Errors: those of the lookup.
     Result<const String&> GetTypeName(const Id& type, const Id& subtype);
+    /// Type and place, for a row. Errors: those of the lookup.
+    Result<const String&> GetSubtitle(const Id& type, const Id& subtype, const Id& category);
     /// What orders types among each other, such as "#$07".
     static String GetTypePrefix(const Id& type);
     /// Name of the asset's repository. Errors: those of the lookup.
@@ -47,9 +48,10 @@ private:
     const AssetRepositoryRef _lookupRepository;
     const UniversalDateTime _now;
     const Int64 _today;
-    std::unordered_map<std::string, Category> _categories;
-    std::unordered_map<std::string, String> _typeNames;
-    std::unordered_map<std::string, String> _repositoryNames;
+    HashMap<Id, Category> _categories;
+    HashMap<std::pair<Id, Id>, String> _typeNames;
+    HashMap<Id, String> _repositoryNames;
+    HashMap<std::pair<std::pair<Id, Id>, Id>, String> _subtitles;
 };
 
 }  // namespace talvo

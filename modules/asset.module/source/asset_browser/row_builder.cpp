@@ -66,8 +66,7 @@ Result<void> RowBuilder::Add(const AssetDescription& asset, String matchText, co
     if (source.type == ASSETTYPE_COMMAND) {
         TRY(FillCommand(row, source.typeName));
     } else {
-        const ListingTexts::Category& category = TRY_REF(_texts.GetCategory(source.category));
-        row.subtitle = source.typeName + String(PART_SEPARATOR) + category.path;
+        row.subtitle = TRY_REF(_texts.GetSubtitle(source.type, source.subtype, source.category));
     }
     row.relevant =
         options.firstItems == ASSET_FIRST_ITEMS::RELEVANT && IsRelevantItem(options.relevantItems, source.type, source.subtype);

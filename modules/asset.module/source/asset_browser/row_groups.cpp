@@ -59,8 +59,9 @@ Bucket GetUseCountBucket(Int64 count) {
 }
 
 Result<void> RowGroups::Add(BrowserRow row, const Place& place) {
-    const auto [known, isNew] = _numbers.emplace(place.key, _groups.size());
-    if (isNew) {
+    auto known = _numbers.find(place.key);
+    if (known == _numbers.end()) {
+        known = _numbers.emplace(place.key, _groups.size()).first;
         BrowserRow group;
         group.isGroup = true;
         group.name = place.name;

@@ -6,8 +6,7 @@
 namespace talvo {
 
 Result<const String&> FilterCaches::GetKeywordName(const AssetRepositoryRef& repository, const Id& keyword) {
-    std::string key(keyword.GetView());
-    if (const auto known = _keywordNames.find(key); known != _keywordNames.end()) return known->second;
+    if (const String* known = _keywordNames.Find(keyword)) return *known;
     String name;
     const AssetDescription asset =
         keyword.IsEmpty() ? AssetDescription()
@@ -17,16 +16,18 @@ Result<const String&> FilterCaches::GetKeywordName(const AssetRepositoryRef& rep
         name = TRY(asset->GetMetaString(InternedId(OBJECT_BASE_NAME), nullptr, String()));
         if (name.GetView() == keyword.GetView()) name = String();
     }
-    return _keywordNames.emplace(std::move(key), std::move(name)).first->second;
+    String* const kept = TRY(_keywordNames.InsertKey(keyword));
+    *kept = std::move(name);
+    return *kept;
 }
 
 Result<const Id&> FilterCaches::GetParentCategory(const AssetRepositoryRef& repository, const Id& category) {
-    std::string key(category.GetView());
-    if (const auto known = _parents.find(key); known != _parents.end()) return known->second;
+    if (const Id* known = _parents.Find(category)) return *known;
     const auto mode = ASSET_FIND_MODE::LATEST | ASSET_FIND_MODE::CANCELLABLE;
     const AssetDescription asset = TRY(repository->FindLatestAsset(ASSETTYPE_CATEGORY, category, Id(), mode));
-    Id parent = CategoryAssetInterface::GetParentCategory(asset);
-    return _parents.emplace(std::move(key), std::move(parent)).first->second;
+    Id* const kept = TRY(_parents.InsertKey(category));
+    *kept = CategoryAssetInterface::GetParentCategory(asset);
+    return *kept;
 }
 
 }  // namespace talvo

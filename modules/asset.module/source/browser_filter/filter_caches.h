@@ -17,8 +17,8 @@ public:
     TagRecords tags;
 
 private:
-    std::unordered_map<std::string, String> _keywordNames;
-    std::unordered_map<std::string, Id> _parents;
+    HashMap<Id, String> _keywordNames;
+    HashMap<Id, Id> _parents;
 };
 
 }  // namespace talvo

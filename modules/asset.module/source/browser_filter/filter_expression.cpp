@@ -65,7 +65,7 @@ Result<void> FilterExpression::AddPreMatch(const AssetDescription& reference, Fi
     }
     if (conditions.empty()) return OK;
     match.conditions = &*_conditionSets.insert(std::move(conditions)).first;
-    (match.isKeyword ? _keywords : _subtypes).emplace(std::string(match.aid.GetView()), _preMatches.size());
+    TRY((match.isKeyword ? _keywords : _subtypes).Insert(match.aid, _preMatches.size()));
     _preMatches.push_back(std::move(match));
     return OK;
 }
@@ -74,28 +74,28 @@ void FilterExpression::Use(const PreMatch& match, std::vector<Bool>& met) const 
     for (const UInt32 condition : *match.conditions) met[condition] = true;
 }
 
-Bool FilterExpression::IsMetBy(const std::unordered_map<std::string, std::size_t>& matches, const Id& id, Int condition) const {
-    const auto found = matches.empty() ? matches.end() : matches.find(std::string(id.GetView()));
-    if (found == matches.end()) return false;
-    const std::vector<UInt32>& conditions = *_preMatches[found->second].conditions;
+Bool FilterExpression::IsMetBy(const HashMap<Id, std::size_t>& matches, const Id& id, Int condition) const {
+    const std::size_t* found = matches.Find(id);
+    if (!found) return false;
+    const std::vector<UInt32>& conditions = *_preMatches[*found].conditions;
     return std::binary_search(conditions.begin(), conditions.end(), UInt32(condition));
 }
 
 Result<void> FilterExpression::UsePreMatches(const AssetDescription& asset, const AssetFacts* facts, std::vector<Bool>& met,
                                              String& matchText, FilterCaches& caches) const {
-    if (!_subtypes.empty()) {
+    if (!_subtypes.IsEmpty()) {
         const Opt<Id> subtype = facts ? Opt<Id>(facts->subtype) : TRY(asset->GetMetaData().Get<Id>(ASSETMETADATA::SUBTYPE));
-        const auto found = subtype ? _subtypes.find(std::string(subtype->GetView())) : _subtypes.end();
-        if (found != _subtypes.end()) Use(_preMatches[found->second], met);
+        const std::size_t* found = subtype ? _subtypes.Find(*subtype) : nullptr;
+        if (found) Use(_preMatches[*found], met);
     }
-    if (_keywords.empty()) return OK;
+    if (_keywords.IsEmpty()) return OK;
     const auto read = facts ? Opt<BaseArray<Id>>() : TRY(asset->GetMetaData().Get<BaseArray<Id>>(ASSETMETADATA::KEYWORDS));
     Block<const Id> keywords = facts ? facts->keywords.first(facts->ownKeywords) : Block<const Id>();
     if (read) keywords = *read;
     for (const Id& keyword : keywords) {
-        const auto found = _keywords.find(std::string(keyword.GetView()));
-        if (found == _keywords.end()) continue;
-        Use(_preMatches[found->second], met);
+        const std::size_t* found = _keywords.Find(keyword);
+        if (!found) continue;
+        Use(_preMatches[*found], met);
         const String& name = TRY_REF(caches.GetKeywordName(_context.lookupRepository, keyword));
         AppendMatchText(matchText, name);
     }

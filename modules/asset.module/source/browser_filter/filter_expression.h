@@ -68,7 +68,7 @@ private:
     Result<void> AddPreMatch(const AssetDescription& reference, FilterCaches& caches);
     Result<void> UsePreMatches(const AssetDescription& asset, const AssetFacts* facts, std::vector<Bool>& met, String& matchText,
                                FilterCaches& caches) const;
-    Bool IsMetBy(const std::unordered_map<std::string, std::size_t>& matches, const Id& id, Int condition) const;
+    Bool IsMetBy(const HashMap<Id, std::size_t>& matches, const Id& id, Int condition) const;
     void Use(const PreMatch& match, std::vector<Bool>& met) const;
 
     const FilterContext _context;
@@ -77,8 +77,8 @@ private:
     const Bool _isLarge;
     std::set<std::vector<UInt32>> _conditionSets;  // each once: with many conditions most pre-matches meet the same ones
     std::vector<PreMatch> _preMatches;
-    std::unordered_map<std::string, std::size_t> _subtypes;  // numbers of pre-matches
-    std::unordered_map<std::string, std::size_t> _keywords;
+    HashMap<Id, std::size_t> _subtypes;  // numbers of pre-matches
+    HashMap<Id, std::size_t> _keywords;
     HashSet<Id> _acceptedIds;
 };
 
