@@ -165,6 +165,21 @@ TEST_F(FilterEvaluation, ValuesThatMeanNoneAreNone) {
     EXPECT_EQ(findWith("net.talvo.asset.metaproperties.media.bitdepth", String("7"), "bitdepth:7"), "");
 }
 
+TEST_F(FilterEvaluation, TellsWhatAConditionRead) {
+    const char* upper = "KEYWORD:<1 VERSION:DRAFT DEPENDENCY:WOOD DIMENSIONS:>3M POINTS:7 SIZE:4";
+    const FilterExpressionRef expression = Need(FilterExpression::Create({_library.repository, nullptr, 0}, upper, _caches));
+    const auto read = [&](const char* aid) {
+        std::string text;
+        for (Int i = 0; i < expression->GetConditions().GetCount(); ++i) {
+            const ConditionReport report = Need(expression->Explain(_library.Get(MakeId(aid)), i, _caches));
+            for (const auto& [what, value] : report.reads) text += std::string(value.GetView()) + (report.isMet ? "!" : "; ");
+        }
+        return text;
+    };
+    EXPECT_EQ(read("oak"), "Wooden, wood; nameless; Antique, old; 2; final; 1; Bark Texture; 2 m; 1000; 4!");
+    EXPECT_EQ(read("run"), "1; 0; none; none; none; ");
+}
+
 TEST_F(FilterEvaluation, CirclesOfCategoriesEnd) {
     _library.Set(_library.Get("furniture"_id), ASSETMETADATA::CATEGORY, Data(Id("chairs"_id)));
     EXPECT_EQ(Find("categoryid:furn"), "oak");

@@ -11,11 +11,14 @@ Result<void> ExplainConditions(const AssetDescription& asset, const FilterExpres
                                ListingExplanation& explanation) {
     for (Int i = 0; i < expression.GetConditions().GetCount(); ++i) {
         ConditionReport report = TRY(expression.Explain(asset, i, caches));
-        if (!report.isMet) explanation.decidedBy = LAYER::FILTER;
+        if (!report.isMet && explanation.decidedBy != LAYER::FILTER) {
+            explanation.decidedBy = LAYER::FILTER;
+            explanation.reason =
+                String("It doesn't meet ") + DescribeFilterCondition(expression.GetConditions()[i], 0) + String(".");
+        }
         TRY(explanation.conditions.Append(
             {expression.GetConditions()[i], report.isMet, std::move(report.matchText), std::move(report.reads)}));
     }
-    if (explanation.decidedBy == LAYER::FILTER) explanation.reason = String("It doesn't meet each condition.");
     if (expression.GetConditions().IsEmpty()) {
         explanation.decidedBy = LAYER::FILTER;
         explanation.reason = String("The filter has no condition, so nothing meets it.");

@@ -48,6 +48,11 @@ void AssetEvaluation::Note(const char* what, const String& value) {
     if (_reads) _reads->emplace_back(String(what), value);
 }
 
+Result<ConditionMatch> AssetEvaluation::NoValue(const char* what) {
+    Note(what, String("none"));
+    return NOT_MET;
+}
+
 Result<ConditionMatch> AssetEvaluation::Test(const FilterCondition& condition) {
     if (condition.key.IsEmpty()) return TestFreeText(condition);
     const Id& key = condition.key.GetId();
@@ -134,6 +139,7 @@ Result<ConditionMatch> AssetEvaluation::TestDependencies(const FilterCondition& 
             const auto& [aid, version] = dependency.assetIdAndVersion;
             const String name =
                 TRY(GetAssetTypeName(_context.lookupRepository, dependency.assetTypeId, aid, version, false, &_caches.typeNames));
+            Note("dependency", name);
             if (ContainsText(name, value)) return Met(name);
         }
         for (const AssetDependencyStruct& dependency : *dependencies) {
@@ -230,8 +236,8 @@ Result<ConditionMatch> AssetEvaluation::TestProperty(const FilterCondition& cond
     const DataDictionary& properties = TRY_REF(GetProperties());
     const Opt<Id> id = properties.Get<Id>(key);
     const String text = properties.Get<String>(key).value_or(id ? String::FromId(*id) : String());
+    if (text.IsEmpty()) return NoValue("property");
     Note("property", text);
-    if (text.IsEmpty()) return NOT_MET;
     const Bool isOrdered = keyword && keyword->form == VALUE_FORM::ORDERED_TEXT;
     const auto matches = [&](const String& value) {
         return isOrdered ? MatchesOrderedText(text, value) : ContainsText(text, value);
@@ -240,7 +246,7 @@ Result<ConditionMatch> AssetEvaluation::TestProperty(const FilterCondition& cond
 }
 
 Result<ConditionMatch> AssetEvaluation::TestDate(const FilterCondition& condition, UniversalDateTime time) {
-    if (time.IsEmpty()) return NOT_MET;
+    if (time.IsEmpty()) return NoValue("date");
     const String text(time.FormatLocal(DAY_FORM));
     Note("date", text);
     const Int64 day = GetLocalDay(time);
@@ -267,8 +273,8 @@ Result<ConditionMatch> AssetEvaluation::TestBool(const FilterCondition& conditio
 
 Result<ConditionMatch> AssetEvaluation::TestSize(const FilterCondition& condition) {
     const Int64 size = TRY(AssetDownloads::GetAssetFileSize(_asset));
+    if (size < 0) return NoValue("size");
     Note("size", String(std::to_string(size)));
-    if (size < 0) return NOT_MET;
     const Bool isMet = FindAlternative(condition, [&](const String& value) { return MatchesNumber(size, value); }) != nullptr;
     return isMet ? Met(WriteByteCount(size)) : NOT_MET;
 }
@@ -285,6 +291,7 @@ Result<ConditionMatch> AssetEvaluation::TestVersions(const FilterCondition& cond
         }
         for (const AssetDescription& version : versions) {
             const Opt<String> tag = TRY(version->GetMetaData().Get<String>(condition.key));
+            if (tag) Note("tag of a version", *tag);
             if (tag && ContainsText(*tag, value)) return Met(*tag);
         }
     }

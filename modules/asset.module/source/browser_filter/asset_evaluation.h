@@ -61,6 +61,8 @@ private:
     Opt<Int64> FindInteger(const DataDictionary& properties, const Id& key) const;
     Opt<Float64> FindFloat(const DataDictionary& properties, const Id& key) const;
     void Note(const char* what, const String& value);
+    /// There is nothing to hold against the condition.
+    Match NoValue(const char* what);
     Bool IsOf(const Id& type) const { return _asset->GetTypeId() == type; }
     const Id& GetAssetId() const { return _asset->GetIdAndVersion().first; }
 

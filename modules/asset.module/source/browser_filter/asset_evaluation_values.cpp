@@ -75,7 +75,10 @@ Result<const std::vector<Id>&> AssetEvaluation::GetKeywords() {
         if (!list) continue;
         for (const Id& keyword : *list) {
             if (std::find(keywords.begin(), keywords.end(), keyword) != keywords.end()) continue;
-            Note("keyword", String::FromId(keyword));
+            if (_reads) {
+                const String& name = TRY_REF(_caches.GetKeywordName(_context.lookupRepository, keyword));
+                Note("keyword", name.IsEmpty() ? String::FromId(keyword) : name + String(", ") + String::FromId(keyword));
+            }
             keywords.push_back(keyword);
         }
     }
@@ -123,7 +126,7 @@ Result<ConditionMatch> AssetEvaluation::TestNumberProperty(const FilterCondition
     const Id& key = condition.key.GetId();
     const Opt<Int64> number = key == RESOLUTION ? Largest(FindInteger(properties, WIDTH), FindInteger(properties, HEIGHT))
                                                 : FindInteger(properties, key);
-    if (!number) return NOT_MET;
+    if (!number) return NoValue("property");
     const String text(std::to_string(*number));
     Note("property", text);
     for (const String& value : condition.values) {
@@ -136,7 +139,7 @@ Result<ConditionMatch> AssetEvaluation::TestFloatProperty(const FilterCondition&
     const DataDictionary& properties = TRY_REF(GetProperties());
     const Opt<Float64> number = FindFloat(properties, condition.key.GetId());
     // Media without a length or a rate say so with these.
-    if (!number || *number < 0 || *number == std::numeric_limits<Float64>::max()) return NOT_MET;
+    if (!number || *number < 0 || *number == std::numeric_limits<Float64>::max()) return NoValue("property");
     const String text(WriteFloat(*number));
     Note("property", text);
     for (const String& value : condition.values) {
@@ -149,7 +152,7 @@ Result<ConditionMatch> AssetEvaluation::TestDimensions(const FilterCondition& co
     const DataDictionary& properties = TRY_REF(GetProperties());
     const Opt<BaseArray<Float64>> box = properties.Get<BaseArray<Float64>>(condition.key.GetId());
     const Opt<Float64> extent = box ? GetExtent(*box) : std::nullopt;
-    if (!extent) return NOT_MET;
+    if (!extent) return NoValue("largest extent");
     const String text = WriteLength(*extent, _context.lengthUnitSystem);
     Note("largest extent", text);
     for (const String& value : condition.values) {
