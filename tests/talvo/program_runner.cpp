@@ -61,7 +61,7 @@ std::vector<char*> MakePointers(std::vector<std::string>& texts) {
 [[noreturn]] void Become(std::vector<char*>& words, std::vector<char*>& environment, const ProgramSetup& setup, int out,
                          int err) {
     if (!setup.outputPath.empty()) out = ::open(setup.outputPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
-    const int in = ::open("/dev/null", O_RDONLY);
+    const int in = ::open(setup.inputPath.empty() ? "/dev/null" : setup.inputPath.c_str(), O_RDONLY);
     const Bool ready = ::dup2(in, 0) == 0 && ::dup2(out, 1) == 1 && ::dup2(err, 2) == 2 &&
                        (setup.workingFolder.empty() || ::chdir(setup.workingFolder.c_str()) == 0);
     if (ready) ::execve(TALVO_BINARY, words.data(), environment.data());

@@ -21,6 +21,7 @@ struct ProgramOutcome {
 /// What is special about a run.
 struct ProgramSetup {
     std::vector<std::pair<std::string, std::string>> environment{};
+    std::string inputPath{};    ///< standard input comes from this file; else there is none
     std::string outputPath{};   ///< standard output goes to this file, not to the outcome
     Bool closeOutput = false;   ///< whoever should read standard output has gone
     int signalAtFirstLine = 0;  ///< sent once the program has written a line
