@@ -1,6 +1,8 @@
 // Which assets meet a filter and what is told as the reason, one table over all keywords.
 #include "browser_filter/filter_expression.h"
+#include "browser_filter/smart_search_text.h"
 #include "fuzz/filter_library.h"
+#include "smartsearch_asset.h"
 #include "support/asset_test_support.h"
 
 #include <algorithm>
@@ -178,6 +180,18 @@ TEST_F(FilterEvaluation, TellsWhatAConditionRead) {
     };
     EXPECT_EQ(read("oak"), "Wooden, wood; nameless; Antique, old; 2; final; 1; Bark Texture; 2 m; 1000; 4!");
     EXPECT_EQ(read("run"), "1; 0; none; none; none; ");
+}
+
+TEST_F(FilterEvaluation, SelectedAssetsStandForFilters) {
+    const Asset search(Need(SmartSearchAssetInterface::Create()));
+    const AssetDescription smart = Need(_library.repository->StoreAsset("smart"_id, search, AssetMetaData()));
+    Need(SmartSearchAssetInterface::SetFilterString(smart, String("oak FirstItems:Relevant")));
+    const AssetDescription selection[] = {_library.Get("wood"_id), smart, _library.Get("oak"_id), _library.Get("chairs"_id)};
+    const std::pair<Int32, const char*> cases[] = {{0, ""}, {3, " relevantitems:media"}, {7, " relevantitems:presets"}, {8, ""}};
+    for (const auto& [relevant, added] : cases) {
+        const std::string expected = "keywordid:wood oak FirstItems:Relevant" + std::string(added) + " categoryid:chairs";
+        EXPECT_EQ(Need(MakeSmartSearchText(selection, relevant)), String(expected));
+    }
 }
 
 TEST_F(FilterEvaluation, CirclesOfCategoriesEnd) {
