@@ -1,6 +1,7 @@
 #include "browser_filter/search_table.h"
 
 #include "asset_presentation.h"
+#include "browser_filter/byte_scan.h"
 #include "browser_filter/value_forms.h"
 #include "category_asset.h"
 #include "kernel/text/casing.h"
@@ -20,6 +21,7 @@ constexpr LiteralId HIDDEN_FLAG{"net.talvo.description.data.info.hidden"};
 constexpr char SEPARATOR = '\n';
 /// Texts longer than this are cut in the table's copy, whose assets then are looked at exactly.
 constexpr std::size_t MAX_TEXT = 0xffff;
+constexpr std::size_t FEW = 256;
 
 Result<std::vector<Id>> ReadIds(const AssetDescription& asset, const LiteralId& key) {
     const Opt<BaseArray<Id>> list = TRY(asset->GetMetaData().Get<BaseArray<Id>>(key));
@@ -183,7 +185,10 @@ Result<Candidates> SearchTable::FindCandidates(const FilterExpression& expressio
     for (Int i = 0; i < expression.GetConditions().GetCount(); ++i) {
         if (Job::IsCurrentCancelled()) return OperationCancelledError::Create();
         const Opt<Candidates> found = TRY(Find(expression, i, caches));
-        if (found) candidates.Intersect(*found);
+        if (!found) continue;
+        candidates.Intersect(*found);
+        // To look at so few exactly costs less than to ask for all which of them meet the rest.
+        if (candidates.HasAtMost(FEW)) break;
     }
     return candidates;
 }
@@ -245,20 +250,22 @@ Result<void> SearchTable::FindByKeyword(const FilterCondition& condition, Filter
 
 void SearchTable::FindByText(const String& value, Candidates& found) const {
     const std::string_view wanted = value.GetView();
-    const char* const begin = _folded.data();
-    const char* const end = begin + _folded.size();
+    const std::string_view folded(_folded);
     std::size_t number = 0;
-    for (const char* place = begin; place < end;) {
-        const void* hit = memmem(place, std::size_t(end - place), wanted.data(), wanted.size());
-        if (!hit) break;
-        const auto offset = UInt32(static_cast<const char*>(hit) - begin);
-        // Rows stand in the order of their texts.
-        const auto next = std::upper_bound(_rows.begin() + Int(number), _rows.end(), offset,
-                                           [](UInt32 at, const Row& row) { return at < row.folded; });
+    for (std::size_t place = 0; place < folded.size();) {
+        const std::size_t hit = FindBytes(folded.substr(place), wanted);
+        if (hit == std::string_view::npos) break;
+        const auto offset = UInt32(place + hit);
+        // Rows stand in the order of their texts, and the next hit is near as a rule.
+        std::size_t step = 1;
+        while (number + step < _rows.size() && _rows[number + step].folded <= offset) step *= 2;
+        const auto next =
+            std::upper_bound(_rows.begin() + Int(number + step / 2), _rows.begin() + Int(std::min(number + step, _rows.size())),
+                             offset, [](UInt32 at, const Row& row) { return at < row.folded; });
         number = std::size_t(next - _rows.begin());
         found.Add(number - 1);
         if (number == _rows.size()) break;
-        place = begin + _rows[number].folded;
+        place = _rows[number].folded;
     }
 }
 

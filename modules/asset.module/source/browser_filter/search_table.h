@@ -6,6 +6,7 @@
 #include "browser_filter/asset_facts.h"
 #include "browser_filter/filter_expression.h"
 
+#include <bit>
 #include <cstdint>
 
 namespace talvo {
@@ -20,6 +21,11 @@ public:
     Bool Contains(std::size_t number) const { return (_words[number / BITS] >> number % BITS & 1) != 0; }
     void Intersect(const Candidates& other) {
         for (std::size_t i = 0; i < _words.size(); ++i) _words[i] &= other._words[i];
+    }
+    Bool HasAtMost(std::size_t limit) const {
+        std::size_t count = 0;
+        for (std::size_t i = 0; i < _words.size() && count <= limit; ++i) count += std::size_t(std::popcount(_words[i]));
+        return count <= limit;
     }
     /// Calls `take(number)` for each until it gives an error.
     template <typename TAKE>
