@@ -53,6 +53,7 @@ Result<Bool> HasMissingDependencies(const AssetRepositoryRef& lookupRepository, 
                                     CheckedAssets& checked);
 /// The renderer's plug-in, whose id belongs to the host. Empty: no asset needs a renderer of its own. Threads: before any browser is made.
 void SetRendererPluginId(const Id& id);
+Id GetRendererPluginId();
 /// Whether the asset needs the renderer's plug-in. False for null.
 Result<Bool> HasQuenliteDependencies(const AssetDescription& ad);
 

@@ -33,6 +33,22 @@ using AssetVersionReceiver =
 /// What LoadExistingIdsImpl reports; gives back the id's `adata` for the backend to fill.
 using AssetIdReceiver = FunctionRef<Result<Data*>(const Id& aid, const Id& type)>;
 
+/// A stored value in the tagged form of documents: equal bytes of one type are equal values. Points into memory of the backend.
+struct StoredValue {
+    const Id* type = nullptr;  ///< null: there is no such value
+    std::string_view bytes;
+};
+
+/// What a backend has stored of assets that nobody has loaded, a few values of each: for who looks at all of them.
+/// Threads: one at a time. Must not outlive the repository.
+class AssetOutlines {
+public:
+    virtual ~AssetOutlines() = default;
+    /// Sets `values`, one for each key that it was made for.
+    /// @return false: the asset has to be loaded, since it has several versions, none, or values that lie elsewhere. Errors: as LoadVersionsImpl.
+    virtual Result<Bool> Read(const Id& aid, const Data& adata, Block<StoredValue> values) = 0;
+};
+
 /// What a storage backend does, called by BaseAssetRepository. Calls come from many threads; for one asset id, CreateDataForIdImpl, StoreImpl,
 /// PublishVersionImpl, DiscardVersionImpl, EraseImpl and HandleAssetErasedCompletely run one at a time. No lock of the engine is held but the store lock of
 /// that id, and in LoadVersionsImpl and the metadata operations the one lock of the versions or the metadata object at hand.
@@ -57,6 +73,8 @@ public:
     virtual Result<Bool> HandleAssetErasedCompletely(const Id& aid, const Data& adata) = 0;
     /// The stored value; empty if there is none. IoError counts as none.
     virtual Result<Data> LoadMetaDataImpl(const Data& vdata, const InternedId& metaId, ASSET_METADATA_KIND kind) = 0;
+    /// Outlines with the values of these keys. Null, as by default: each asset has to be loaded. Throws std::bad_alloc.
+    virtual std::unique_ptr<AssetOutlines> MakeOutlinesImpl(Block<const InternedId>) { return nullptr; }
     /// One text out of a stored description of texts, for a backend that can tell it without reading all of it.
     struct StoredText {
         Bool isKnown = false;         ///< false: the backend can't tell, the description must be loaded
@@ -175,6 +193,14 @@ public:
     void HandleAssetUpdated(const AssetBase& asset) override;
     Result<BaseArray<AssetUpdateRecord>> GetPendingUpdates(Bool reset) override;
     Result<void> Update(Block<const AssetUpdateRecord> updates) override;
+
+    /// What is stored of an asset; nothing if it has to be loaded.
+    using OutlineReceiver = FunctionRef<Result<void>(const Id& aid, const Id& type, Opt<Block<const StoredValue>> values)>;
+    /// Tells of each asset of this repository, bases apart, the values of `keys`, in the order in which they were entered. Called with no lock held.
+    /// Errors: the receiver's and the backend's; OperationCancelledError.
+    Result<void> ReadOutlines(Block<const InternedId> keys, OutlineReceiver receiver);
+    /// Whether the repository, bases apart, has an entry of the asset, be it one without versions.
+    Bool HasEntry(const Id& aid) const;
 
     Result<void> InitImpl(const Id& rid, Bool tempRepository) override;
     Result<void> AssetLoadedImpl(const Asset& asset, Bool updateLinks) override;

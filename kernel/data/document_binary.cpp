@@ -297,9 +297,10 @@ Opt<BinaryValueView> BinaryValueView::FindMember(std::string_view key) const {
     std::string_view rest = EnterList(char(TAG::OBJECT), count);
     for (UInt32 i = 0; i < count; ++i) {
         const Opt<std::string_view> found = TakeBytes(rest);
-        const std::size_t length = found ? MeasureValue(rest, 0) : 0;
+        if (!found) return std::nullopt;
+        if (*found == key) return BinaryValueView(rest);
+        const std::size_t length = MeasureValue(rest, 0);
         if (length == 0) return std::nullopt;
-        if (*found == key) return BinaryValueView(rest.substr(0, length));
         rest.remove_prefix(length);
     }
     return std::nullopt;

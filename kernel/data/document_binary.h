@@ -30,16 +30,17 @@ public:
     explicit BinaryValueView(std::string_view bytes) : _bytes(bytes) {}
     /// A text (or bytes); nothing if it is something else.
     Opt<std::string_view> GetText() const;
-    /// The member of an object.
+    /// The member of an object, which may be cut short.
     Opt<BinaryValueView> FindMember(std::string_view key) const;
-    /// Hands out the elements of an array until the receiver returns false.
+    /// Hands out the elements of an array, the last of which may be cut short, until the receiver returns false.
     template <typename RECEIVER>
     void ForEachElement(RECEIVER&& receiver) const {
         UInt32 count = 0;
         std::string_view rest = EnterList('a', count);
         for (UInt32 i = 0; i < count; ++i) {
+            if (!receiver(BinaryValueView(rest)) || i + 1 == count) return;
             const std::size_t length = MeasureValue(rest, 0);
-            if (length == 0 || !receiver(BinaryValueView(rest.substr(0, length)))) return;
+            if (length == 0) return;
             rest.remove_prefix(length);
         }
     }

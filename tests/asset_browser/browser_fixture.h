@@ -48,6 +48,9 @@ protected:
     AssetBrowserRef MakeBrowser(ASSET_BROWSE_MODE mode);
     /// The rows of one search with a new browser.
     std::vector<std::string> Search(const char* text, ASSET_BROWSE_MODE mode = ASSET_BROWSE_MODE::ASSET_LIST);
+    /// The same by a walk over all assets: a browser that leaves a repository out, be it one that isn't there, does without tables.
+    std::vector<std::string> Walk(const char* text, ASSET_BROWSE_MODE mode);
+    std::vector<std::string> Search(const AssetBrowserRef& browser, const char* text);
 
     ScratchDirectory _scratch;
     BaseAssetRepositoryRef _repository;

@@ -32,26 +32,31 @@ public:
                                              : Candidates(table.GetCount(), true);
         TRY(candidates.ForEach([&](std::size_t number) -> Result<void> {
             if (++_count % ASSETS_BETWEEN_LOOKS == 0 && Job::IsCurrentCancelled()) return OperationCancelledError::Create();
-            const AssetDescription& asset = table.GetAsset(number);
-            const Bool isChanged = changed.GetCount() != 0 && changed.Contains(asset->GetIdAndVersion().first);
-            if (isChanged || !HasWantedType(asset)) return OK;
-            if (!IsShown(table.IsValid(number))) return OK;
-            if (!table.HasFacts(number)) return Decide(asset, nullptr);
+            const Bool isChanged = changed.GetCount() != 0 && changed.Contains(table.GetAssetId(number));
+            if (isChanged || !HasWantedType(table.GetTypeId(number))) return OK;
+            const Bool hasFacts = table.HasFacts(number);
+            if (hasFacts && !IsShown(table.IsValid(number))) return OK;
+            const AssetDescription asset = TRY(table.GetAsset(number, _request.lookupRepository));
+            if (!asset) return OK;
+            if (!hasFacts) {
+                TRY(Visit(asset));
+                return OK;
+            }
             const AssetFacts facts = table.GetFacts(number);
             return Decide(asset, &facts);
         }));
         for (const Id& aid : changed) {
             const auto mode = ASSET_FIND_MODE::LATEST | ASSET_FIND_MODE::CANCELLABLE;
             const AssetDescription asset = TRY(_request.lookupRepository->FindLatestAsset(Id(), aid, Id(), mode));
-            if (asset && HasWantedType(asset)) TRY(Visit(asset));
+            if (asset && HasWantedType(asset->GetTypeId())) TRY(Visit(asset));
         }
         return OK;
     }
 
 private:
-    Bool HasWantedType(const AssetDescription& asset) const {
+    Bool HasWantedType(const Id& type) const {
         const HashSet<Id>& types = _request.settings.assetTypes;
-        return types.GetCount() == 0 || types.Contains(asset->GetTypeId());
+        return types.GetCount() == 0 || types.Contains(type);
     }
 
     Result<void> Decide(const AssetDescription& asset, const AssetFacts* facts) {
@@ -108,9 +113,7 @@ private:
 Result<void> WalkAssets(const ListingRequest& request, Acceptance& acceptance, const SearchSnapshot& snapshot,
                         ListedReceiver take) {
     Walk walk(request, acceptance, take);
-    // What stands in for an asset of a repository that is left out, only a walk can tell.
-    const Bool usesTable = snapshot.table && request.settings.filteredDatabases.GetCount() == 0;
-    return usesTable ? walk.RunOver(*snapshot.table, snapshot.changed) : walk.Run();
+    return snapshot.table && UsesTable(request) ? walk.RunOver(*snapshot.table, snapshot.changed) : walk.Run();
 }
 
 }  // namespace talvo

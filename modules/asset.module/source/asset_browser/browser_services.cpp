@@ -20,7 +20,7 @@ Result<void> AssetBrowserInterface::PrepareSearch(const AssetRepositoryRef& repo
     return CatchOutOfMemory([&]() -> Result<void> {
         if (!repository) return NullptrError::Create("There is no repository to prepare searches in.");
         const SearchIndexRef index = TRY(SearchIndex::Of(repository));
-        return index->Build(repository);
+        return index->Prepare(repository);
     });
 }
 

@@ -61,6 +61,11 @@ private:
     Result<void> ListAssets(const ListingRequest& request, HostCalls& host) {
         SetSearchStrings({});
         const SearchIndexRef index = TRY(SearchIndex::Of(request.lookupRepository));
+        if (UsesTable(request)) {
+            const Result<void> made = index->EnsureTable(request.lookupRepository);
+            // Why there is none was told; the walk does without.
+            if (made.IsError() && OperationCancelledError::IsClassOf(made.GetError())) return made;
+        }
         const SearchSnapshot snapshot = index->GetSnapshot();
         FilterCaches caches;
         FilterExpressionRef expression;
@@ -81,7 +86,7 @@ private:
         TRY(isTree ? ListTree(request, acceptance, snapshot, texts, host) : ListRows(request, acceptance, snapshot, texts, host));
         caches.tags.Store();
         // The rows are out: what makes the next search fast may be prepared, where one is to be expected.
-        if (request.settings.updatesEnabled) index->BuildInBackground(request.lookupRepository);
+        if (request.settings.updatesEnabled) index->RefreshInBackground(request.lookupRepository);
         return OK;
     }
 

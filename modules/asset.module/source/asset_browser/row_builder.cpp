@@ -95,8 +95,8 @@ Result<void> RowBuilder::SetOrder(BrowserRow& row, const GroupSource& source, co
             const Bool needsRenderer = facts ? facts->needsRenderer : TRY(HasQuenliteDependencies(source.asset));
             row.rank = facts ? facts->rank : 0;
             row.keys = BrowserRow::KEYS::NAME;
-            // One with a rank is ordered by that.
-            if (row.rank == 0) row.sortValue = SortValue(row.name.ToLower());
+            // One with a rank is ordered by that. What the group says is of no account.
+            row.sortValue = row.rank == 0 ? SortValue(row.name.ToLower()) : SortValue();
             row.needsNoRenderer = !needsRenderer;
             return OK;
         }

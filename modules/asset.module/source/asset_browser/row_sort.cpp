@@ -1,18 +1,11 @@
 #include "asset_browser/row_sort.h"
 
+#include "browser_filter/text_order.h"
 #include "kernel/text/casing.h"
-#include "kernel/thread/job.h"
-
-#include <algorithm>
-#include <cstring>
-#include <numeric>
 
 namespace talvo {
 
 namespace {
-
-/// So many rows are sorted between two looks at whether anybody still wants them.
-constexpr std::size_t ROWS_OF_A_RUN = 16384;
 
 template <typename T>
 int Compare(const T& first, const T& second) {
@@ -69,64 +62,6 @@ Bool ComesBefore(const BrowserRow& first, const BrowserRow& second, ASSET_FIRST_
     return order * direction < 0;
 }
 
-/// Sort keys of the rows' texts, side by side in one block of memory.
-class TextKeys {
-public:
-    explicit TextKeys(const std::vector<BrowserRow>& rows) {
-        _begins.reserve(rows.size() + 1);
-        for (const BrowserRow& row : rows) {
-            if (_begins.size() % ROWS_OF_A_RUN == 0 && Job::IsCurrentCancelled()) return;  // whoever asks next gives up
-            _begins.push_back(_bytes.size());
-            if (row.keys != BrowserRow::KEYS::RELEVANCE) _bytes += MakeSortKey(GetSortText(row));
-        }
-        _begins.push_back(_bytes.size());
-    }
-    int Compare(std::size_t first, std::size_t second) const { return Get(first).compare(Get(second)); }
-    /// The first bytes as a number, which decides most comparisons.
-    UInt GetHead(std::size_t row) const {
-        UInt head = 0;
-        const std::string_view key = Get(row);
-        for (std::size_t i = 0; i < sizeof(head); ++i) head = head << 8 | (i < key.size() ? UChar(key[i]) : 0);
-        return head;
-    }
-
-private:
-    std::string_view Get(std::size_t row) const {
-        return std::string_view(_bytes).substr(_begins[row], _begins[row + 1] - _begins[row]);
-    }
-    std::string _bytes;
-    std::vector<std::size_t> _begins;
-};
-
-struct Item {
-    UInt head;
-    UInt32 row;
-};
-
-Result<void> CheckGoesOn() {
-    return Job::IsCurrentCancelled() ? Result<void>(OperationCancelledError::Create()) : Result<void>(OK);
-}
-
-/// std::sort in runs that are merged, with a look in between.
-template <typename LESS>
-Result<void> SortInRuns(std::vector<Item>& items, LESS&& less) {
-    for (std::size_t begin = 0; begin < items.size(); begin += ROWS_OF_A_RUN) {
-        TRY(CheckGoesOn());
-        const std::size_t end = std::min(begin + ROWS_OF_A_RUN, items.size());
-        std::sort(items.begin() + Int(begin), items.begin() + Int(end), less);
-    }
-    std::vector<Item> merged(items.size());
-    for (std::size_t width = ROWS_OF_A_RUN; width < items.size(); width *= 2) {
-        for (std::size_t begin = 0; begin < items.size(); begin += 2 * width) {
-            TRY(CheckGoesOn());
-            const auto at = [&](std::size_t position) { return items.begin() + Int(std::min(position, items.size())); };
-            std::merge(at(begin), at(begin + width), at(begin + width), at(begin + 2 * width), merged.begin() + Int(begin), less);
-        }
-        items.swap(merged);
-    }
-    return CheckGoesOn();
-}
-
 }  // namespace
 
 Result<void> SortRows(std::vector<BrowserRow>& rows, const RowConfig& config) {
@@ -139,22 +74,23 @@ Result<void> SortRows(std::vector<BrowserRow>& rows, const RowConfig& config) {
         const auto isRanked = [&](const BrowserRow& row) { return isNamed(row) && row.rank != 0; };
         const Bool hasRanks = std::all_of(rows.begin(), rows.end(), isRanked);
         const Bool hasHeads = !hasRanks && std::all_of(rows.begin(), rows.end(), isNamed);
-        Opt<TextKeys> keys;
-        if (!hasRanks) keys.emplace(rows);
-        TRY(CheckGoesOn());
-        std::vector<Item> items(rows.size());
+        TextOrder keys;
+        if (!hasRanks) {
+            for (const BrowserRow& row : rows) TRY(keys.Add(row.keys == BrowserRow::KEYS::RELEVANCE ? String() : GetSortText(row)));
+        }
+        std::vector<OrderItem> items(rows.size());
         for (std::size_t i = 0; i < rows.size(); ++i) {
-            const UInt head = hasRanks ? rows[i].rank : hasHeads ? keys->GetHead(i) : 0;
+            const UInt head = hasRanks ? rows[i].rank : hasHeads ? keys.GetHead(i) : 0;
             items[i] = {head, UInt32(i)};
         }
-        TRY(SortInRuns(items, [&](const Item& first, const Item& second) {
+        TRY(SortInRuns(items, [&](const OrderItem& first, const OrderItem& second) {
             if (first.head != second.head) return (first.head < second.head) == isAscending;
             return ComesBefore(rows[first.row], rows[second.row], config.firstItems, !isAscending,
-                               [&] { return keys ? keys->Compare(first.row, second.row) : 0; });
+                               [&] { return hasRanks ? 0 : keys.Compare(first.row, second.row); });
         }));
         std::vector<BrowserRow> sorted;
         sorted.reserve(rows.size());
-        for (const Item& item : items) sorted.push_back(std::move(rows[item.row]));
+        for (const OrderItem& item : items) sorted.push_back(std::move(rows[item.row]));
         rows = std::move(sorted);
         return OK;
     });

@@ -1,5 +1,6 @@
 // What a backend sees of the engine's records, for work over all of them.
 #include "asset_impl/repository_engine.h"
+#include "kernel/thread/job.h"
 
 #include <algorithm>
 
@@ -16,6 +17,33 @@ std::vector<std::pair<Id, Id>> RepositoryEngine::ListRecords() const {
     std::sort(records.begin(), records.end());
     return records;
 }
+
+// What was changed since the opening is loaded, or the backend knows that its outlines are behind.
+Result<void> RepositoryEngine::ReadOutlines(Block<const InternedId> keys, BaseAssetRepository::OutlineReceiver receiver) {
+    constexpr Int RECORDS_BETWEEN_LOOKS = 1024;
+    const std::unique_ptr<AssetOutlines> outlines = _self.MakeOutlinesImpl(keys);
+    std::vector<StoredValue> values(keys.size());
+    const Int count = _table.GetRecordCount();
+    for (Int i = 0; i < count; ++i) {
+        if (i % RECORDS_BETWEEN_LOOKS == 0 && Job::IsCurrentCancelled()) return OperationCancelledError::Create();
+        AssetIdData& record = _table.GetRecord(i);
+        if (record.erased.load(std::memory_order_acquire)) continue;
+        Bool isTold = false;
+        if (outlines) {
+            const auto versions = record.versions.Read();
+            const Bool isLoaded = versions->IsLoaded() || !record.created.load(std::memory_order_acquire);
+            if (!isLoaded) isTold = TRY(outlines->Read(record.id, record.adata, values));
+        }
+        TRY(receiver(record.id, record.type.GetId(), isTold ? Opt<Block<const StoredValue>>(values) : std::nullopt));
+    }
+    return OK;
+}
+
+Result<void> BaseAssetRepository::ReadOutlines(Block<const InternedId> keys, OutlineReceiver receiver) {
+    return CatchOutOfMemory([&] { return _engine->ReadOutlines(keys, receiver); });
+}
+
+Bool BaseAssetRepository::HasEntry(const Id& aid) const { return _engine->FindRecord(aid) != nullptr; }
 
 Result<void> BaseAssetRepository::ExpectRecords(Int count) {
     return CatchOutOfMemory([&]() -> Result<void> {

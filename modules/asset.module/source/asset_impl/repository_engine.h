@@ -65,6 +65,7 @@ public:
     void ExpectRecord(const Id& aid) const { _table.Prefetch(aid); }
     AssetIdData* FindRecord(const Id& aid) { return _table.Find(aid); }
     std::vector<std::pair<Id, Id>> ListRecords() const;
+    Result<void> ReadOutlines(Block<const InternedId> keys, BaseAssetRepository::OutlineReceiver receiver);
 
     // Changes
     Result<AssetDescription> Store(const StoreRequest& request);

@@ -20,7 +20,7 @@ Float64 ToScreen(Float64 linear) {
     return linear <= LINEAR_LIMIT ? LINEAR_FACTOR * linear : SCALE * std::pow(linear, 1 / GAMMA) - OFFSET;
 }
 
-Guarded<Id, ARWLock>& GetRendererPluginId() {
+Guarded<Id, ARWLock>& GetGuardedRenderer() {
     static Guarded<Id, ARWLock> id;
     return id;
 }
@@ -75,17 +75,18 @@ Result<Bool> HasMissingDependencies(const AssetRepositoryRef& lookupRepository, 
 }
 
 void SetRendererPluginId(const Id& id) {
-    auto renderer = GetRendererPluginId().Write();
+    auto renderer = GetGuardedRenderer().Write();
     *renderer = id;
+}
+
+Id GetRendererPluginId() {
+    auto renderer = GetGuardedRenderer().Read();
+    return *renderer;
 }
 
 Result<Bool> HasQuenliteDependencies(const AssetDescription& ad) {
     return CatchOutOfMemory([&]() -> Result<Bool> {
-        Id renderer;
-        {
-            auto locked = GetRendererPluginId().Read();
-            renderer = *locked;
-        }
+        const Id renderer = GetRendererPluginId();
         if (!ad || renderer.IsEmpty()) return false;
         const BaseArray<AssetDependencyStruct> dependencies = TRY(ReadDependencies(ad));
         return std::any_of(dependencies.begin(), dependencies.end(), [&](const AssetDependencyStruct& dependency) {

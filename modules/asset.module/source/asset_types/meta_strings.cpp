@@ -23,17 +23,6 @@ constexpr LiteralId EXPORTED_STRING{"exportedstring"};
 [[gnu::used]] const auto& g_wellKnownIds =
     *new std::array<InternedId, 3>{InternedId(STRINGS), InternedId(EXPORTED_STRING), InternedId(OBJECT_BASE_NAME)};
 
-/// The language and those that it falls back to; null stands for the current one.
-std::vector<LanguageRef> GetLanguageChain(LanguageRef language) {
-    std::vector<LanguageRef> chain;
-    if (!language) language = Resource::GetCurrentLanguage();
-    while (language && std::find(chain.begin(), chain.end(), language) == chain.end()) {
-        chain.push_back(language);
-        language = language->GetFallbackLanguage();
-    }
-    return chain;
-}
-
 String GetText(const DataDictionary* entry) {
     return entry ? entry->Get<String>(DESCRIPTION::TRANSLATEDSTRING).value_or(String()) : String();
 }
@@ -53,28 +42,8 @@ Guarded<BaseTexts, ARWLock>& GetKnownBaseTexts() {
     return known;
 }
 
-/// The text that every asset has under `key` as long as nobody gave it one of its own. Kept until the module stops once it could be loaded; one that
-/// could not is tried again after a moment.
-String GetBaseText(const InternedId& key, LanguageRef language) {
-    auto& known = GetKnownBaseTexts();
-    const std::pair<Id, Id> place(language->GetIdentifier(), key.GetId());
-    {
-        const auto texts = known.Read();
-        const BaseText* found = texts->Find(place);
-        const Bool isTrue = found && (!found->missing || std::chrono::steady_clock::now() - *found->missing < LOOK_AGAIN);
-        if (isTrue) return found->text;
-    }
-    const Result<DataDescription> base = DataDescriptionDatabase::LoadDescription(STRINGS, language, DESCRIPTION::BASE);
-    BaseText loaded;
-    if (base.IsError()) {
-        loaded.missing = std::chrono::steady_clock::now();
-    } else {
-        loaded.text = GetText(base.GetValue().FindEntry(key.GetId()));
-    }
-    const auto texts = known.Write();
-    texts->Insert(place, loaded).Ignore("a text that can't be kept is loaded again");
-    return loaded.text;
-}
+using MetaStrings::GetBaseText;
+using MetaStrings::GetLanguageChain;
 
 Bool IsOwnText(const String& text, const InternedId& key, LanguageRef language) {
     return text.IsPopulated() && text != GetBaseText(key, language);
@@ -170,6 +139,37 @@ DataDictionary MakeEntry(const DataDictionary* present, const InternedId& key, c
 }
 
 }  // namespace
+
+std::vector<LanguageRef> MetaStrings::GetLanguageChain(LanguageRef language) {
+    std::vector<LanguageRef> chain;
+    if (!language) language = Resource::GetCurrentLanguage();
+    while (language && std::find(chain.begin(), chain.end(), language) == chain.end()) {
+        chain.push_back(language);
+        language = language->GetFallbackLanguage();
+    }
+    return chain;
+}
+
+String MetaStrings::GetBaseText(const InternedId& key, LanguageRef language) {
+    auto& known = GetKnownBaseTexts();
+    const std::pair<Id, Id> place(language->GetIdentifier(), key.GetId());
+    {
+        const auto texts = known.Read();
+        const BaseText* found = texts->Find(place);
+        const Bool isTrue = found && (!found->missing || std::chrono::steady_clock::now() - *found->missing < LOOK_AGAIN);
+        if (isTrue) return found->text;
+    }
+    const Result<DataDescription> base = DataDescriptionDatabase::LoadDescription(STRINGS, language, DESCRIPTION::BASE);
+    BaseText loaded;
+    if (base.IsError()) {
+        loaded.missing = std::chrono::steady_clock::now();
+    } else {
+        loaded.text = GetText(base.GetValue().FindEntry(key.GetId()));
+    }
+    const auto texts = known.Write();
+    texts->Insert(place, loaded).Ignore("a text that can't be kept is loaded again");
+    return loaded.text;
+}
 
 void MetaStrings::DropBaseTexts() {
     BaseTexts dropped;

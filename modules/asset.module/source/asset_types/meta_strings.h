@@ -18,6 +18,11 @@ Result<void> Store(const AssetTypeInterface* type, const AssetDescription& asset
 /// Tells the description system that texts of `asset` have changed. What fails there concerns its users only.
 void NoteChange(const AssetDescription& asset, LanguageRef language);
 
+/// The language and those that it falls back to; null stands for the current one.
+std::vector<LanguageRef> GetLanguageChain(LanguageRef language);
+/// The text that every asset has under `key` as long as nobody gave it one of its own. Kept until the module stops once it could be loaded; one that
+/// could not is tried again after a moment.
+String GetBaseText(const InternedId& key, LanguageRef language);
 /// Forgets the texts that assets have by default: who asks next loads them again.
 void DropBaseTexts();
 

@@ -1,9 +1,11 @@
 #include "browser_filter/search_index.h"
 
 #include "kernel/app/log.h"
-#include "kernel/thread/job.h"
 #include "keyword_asset.h"
 #include "subtype_asset.h"
+
+#include <chrono>
+#include <thread>
 
 namespace talvo {
 
@@ -12,14 +14,20 @@ namespace {
 /// With more changes than this share of its assets a table is made anew.
 constexpr std::size_t CHANGED_SHARE = 16;
 constexpr std::size_t CHANGED_MINIMUM = 1000;
+constexpr std::chrono::milliseconds LOOK_AGAIN{1};
+/// How often a table is made anew because bases changed meanwhile, until an update goes without.
+constexpr int MOST_TRIES = 3;
+
+Bool HasEnded(const JobRef& job) { return job->GetState() == JOB_STATE::DONE || job->GetState() == JOB_STATE::CANCELLED; }
 
 }  // namespace
 
 Result<std::vector<AssetDescription>> SearchSnapshot::FindReferences(const AssetRepositoryRef& repository) const {
     std::vector<AssetDescription> references;
     for (const UInt32 number : table->GetReferences()) {
-        const AssetDescription& asset = table->GetAsset(number);
-        if (!changed.Contains(asset->GetIdAndVersion().first)) references.push_back(asset);
+        if (changed.Contains(table->GetAssetId(number))) continue;
+        AssetDescription asset = TRY(table->GetAsset(number, repository));
+        if (asset) references.push_back(std::move(asset));
     }
     for (const Id& aid : changed) {
         const AssetDescription asset = TRY(repository->FindLatestAsset(Id(), aid, Id(), ASSET_FIND_MODE::LATEST));
@@ -34,7 +42,8 @@ Result<SearchIndexRef> SearchIndex::Of(const AssetRepositoryRef& repository) {
         const std::string key = "searchindex " + std::string(Resource::GetCurrentLanguage()->GetIdentifier().GetView());
         const DerivedAssetRepositoryDataRef data =
             TRY(repository->GetCachedData(Data(String(key)), []() -> Result<DerivedAssetRepositoryDataRef> {
-                return DerivedAssetRepositoryDataRef(SearchIndexRef::Create());
+                JobQueueRef queue = TRY(JobQueue::Create(1));
+                return DerivedAssetRepositoryDataRef(SearchIndexRef::Create(std::move(queue)));
             }));
         return SearchIndexRef(static_cast<SearchIndex*>(data.GetPointer()));
     });
@@ -45,56 +54,110 @@ SearchSnapshot SearchIndex::GetSnapshot() const {
     return {state->table, state->changed};
 }
 
-Result<void> SearchIndex::Build(const AssetRepositoryRef& repository) {
-    UInt generation = 0;
-    {
+/// @return the job that makes a table, be it one that was started before.
+Result<JobRef> SearchIndex::StartBuilding(const AssetRepositoryRef& repository) {
+    return CatchOutOfMemory([&]() -> Result<JobRef> {
+        const SearchIndexRef self(this);
+        const WeakRef<AssetRepositoryInterface> weak(repository.GetPointer());
+        JobRef job;
+        HashSet<Id> before;
+        {
+            auto state = _state.Write();
+            if (state->building) return state->building;
+            const UInt generation = ++state->generation;
+            job = Job::Create([self, weak, generation]() -> Result<void> {
+                const AssetRepositoryRef alive = weak.Promote();
+                if (!alive) return self->Install(generation, NullptrError::Create("The repository has gone."));
+                return self->Install(generation, SearchTable::Build(alive));
+            });
+            state->building = job;
+            std::swap(state->changedWhileBuilt, before);
+        }
+        const Result<void> enqueued = _queue->Enqueue(job);
+        if (enqueued.IsOk()) return job;
+        job->Cancel();  // somebody may wait for it
         auto state = _state.Write();
-        state->isBuilding = true;
-        state->changedWhileBuilt = {};
-        generation = ++state->generation;
-    }
-    Result<SearchTableRef> built = SearchTable::Build(repository);
+        if (state->building == job) state->building = nullptr;
+        return enqueued.GetError();
+    });
+}
+
+Result<void> SearchIndex::Install(UInt generation, Result<SearchTableRef> built) {
     SearchTableRef table = built.IsOk() ? std::move(built).GetValue() : nullptr;
     HashSet<Id> before;
+    JobRef done;
     {
         auto state = _state.Write();
-        if (state->generation != generation) return OK;  // somebody makes another one
-        state->isBuilding = false;
+        if (state->generation != generation) return OperationCancelledError::Create();
+        std::swap(state->building, done);
         if (table) {
             std::swap(state->table, table);
             std::swap(before, state->changed);
             std::swap(state->changed, state->changedWhileBuilt);
+            state->areRanksAsked = false;
         }
     }
-    return built.IsError() ? Result<void>(built.GetError()) : Result<void>(OK);
+    if (built.IsOk()) return OK;
+    if (!OperationCancelledError::IsClassOf(built.GetError()))
+        Log(LOG_LEVEL::WARNING, "Searches stay slow, since no search table can be made: @", built.GetError()->GetMessage());
+    return built.GetError();
 }
 
-void SearchIndex::BuildInBackground(const AssetRepositoryRef& repository) {
+Result<void> SearchIndex::EnsureTable(const AssetRepositoryRef& repository) {
+    for (int tries = 0; tries < MOST_TRIES; ++tries) {
+        if (GetSnapshot().table) return OK;
+        const JobRef job = TRY(StartBuilding(repository));
+        // The waiting job must be able to end at once, so that it can't simply wait.
+        while (!HasEnded(job)) {
+            if (Job::IsCurrentCancelled()) return OperationCancelledError::Create();
+            std::this_thread::sleep_for(LOOK_AGAIN);
+        }
+        const Result<void> built = job->GetResult();
+        if (built.IsOk() || !OperationCancelledError::IsClassOf(built.GetError())) return built;
+        // What it was made of has changed.
+    }
+    return OK;
+}
+
+Result<JobRef> SearchIndex::StartRanking() {
+    const SearchTableRef table = GetSnapshot().table;
+    if (!table) return JobRef();
+    return _queue->Enqueue([table] { return table->MakeRanks(); });
+}
+
+Result<void> SearchIndex::Prepare(const AssetRepositoryRef& repository) {
+    const JobRef building = TRY(StartBuilding(repository));
+    TRY(building->Wait());
+    TRY(building->GetResult());
+    const JobRef ranking = TRY(StartRanking());
+    if (!ranking) return OK;
+    TRY(ranking->Wait());
+    return ranking->GetResult();
+}
+
+void SearchIndex::RefreshInBackground(const AssetRepositoryRef& repository) {
+    Bool isOutdated = false;
     {
         auto state = _state.Write();
         const std::size_t limit = state->table ? state->table->GetCount() / CHANGED_SHARE + CHANGED_MINIMUM : 0;
-        const Bool isGood = state->table && std::size_t(state->changed.GetCount()) <= limit;
-        if (isGood || state->isBuilding) return;
-        state->isBuilding = true;
+        isOutdated = !state->table || std::size_t(state->changed.GetCount()) > limit;
+        if (!isOutdated && std::exchange(state->areRanksAsked, true)) return;
     }
-    const SearchIndexRef self(this);
-    const WeakRef<AssetRepositoryInterface> weak(repository.GetPointer());
-    const Result<JobRef> job = JobQueue::GetDefaultQueue().Enqueue([self, weak]() -> Result<void> {
-        const AssetRepositoryRef alive = weak.Promote();
-        return alive ? self->Build(alive) : Result<void>(OK);
-    });
-    if (job.IsOk()) return;
-    Log(LOG_LEVEL::WARNING, "Searches stay slow, since no search table can be made: @", job.GetError()->GetMessage());
-    auto state = _state.Write();
-    state->isBuilding = false;
+    const Result<JobRef> job = isOutdated ? StartBuilding(repository) : StartRanking();
+    if (job.IsError()) Log(LOG_LEVEL::WARNING, "Searches stay slow: @", job.GetError()->GetMessage());
 }
 
 void SearchIndex::Drop() {
     SearchTableRef table;
-    auto state = _state.Write();
-    std::swap(state->table, table);
-    state->isBuilding = false;
-    ++state->generation;
+    JobRef building;
+    {
+        auto state = _state.Write();
+        std::swap(state->table, table);
+        std::swap(state->building, building);
+        state->areRanksAsked = false;
+        ++state->generation;
+    }
+    if (building) building->Cancel();
 }
 
 void SearchIndex::HandleBaseChanged(const AssetRepositoryRef&, const AssetRepositoryRef&, Bool) { Drop(); }
@@ -104,7 +167,7 @@ void SearchIndex::NoteChange(const AssetBase& asset) {
     const Result<void> noted = CatchOutOfMemory([&]() -> Result<void> {
         auto state = _state.Write();
         if (state->table) TRY(state->changed.Insert(aid));
-        if (state->isBuilding) TRY(state->changedWhileBuilt.Insert(aid));
+        if (state->building) TRY(state->changedWhileBuilt.Insert(aid));
         return OK;
     });
     if (noted.IsError()) Drop();

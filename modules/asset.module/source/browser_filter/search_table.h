@@ -6,8 +6,12 @@
 #include "browser_filter/asset_facts.h"
 #include "browser_filter/filter_expression.h"
 
+#include <absl/hash/hash.h>
+
+#include <atomic>
 #include <bit>
 #include <cstdint>
+#include <unordered_map>
 
 namespace talvo {
 
@@ -41,17 +45,22 @@ private:
     std::vector<UInt64> _words;
 };
 
-/// Threads: immutable once it is made.
+/// Threads: any, once it is made. What it finds never changes; ranks and loaded assets are added while others read.
 class SearchTable final : public ObjectInterface {
 public:
-    /// Reads all assets. Errors: those of the lookup; OperationCancelledError.
+    ~SearchTable() override;
+    /// Reads what all assets are found by. Most of those that an index tells of are not loaded for that. Errors: those of the lookup;
+    /// OperationCancelledError.
     static Result<StrongRef<SearchTable>> Build(const AssetRepositoryRef& repository);
 
-    std::size_t GetCount() const { return _assets.size(); }
-    const AssetDescription& GetAsset(std::size_t number) const { return _assets[number]; }
+    std::size_t GetCount() const { return _rows.size(); }
+    const Id& GetAssetId(std::size_t number) const { return _aids[number]; }
+    const Id& GetTypeId(std::size_t number) const { return _ids.ids[_types[number]]; }
+    /// The asset itself, loaded at first need; null if it is no longer there. @param repository that the table was built for. Errors: those of the lookup.
+    Result<AssetDescription> GetAsset(std::size_t number, const AssetRepositoryRef& repository) const;
     Bool IsValid(std::size_t number) const { return (_rows[number].flags & VALID) != 0; }
     /// False: the asset has to be read.
-    Bool HasFacts(std::size_t number) const { return (_rows[number].flags & TOO_LONG) == 0; }
+    Bool HasFacts(std::size_t number) const { return (_rows[number].flags & (TOO_LONG | UNREADABLE)) == 0; }
     AssetFacts GetFacts(std::size_t number) const;
     /// Numbers of all keywords and subtypes.
     const std::vector<UInt32>& GetReferences() const { return _references; }
@@ -59,22 +68,27 @@ public:
     /// Those that may meet all conditions. Errors: those of looking names up.
     Result<Candidates> FindCandidates(const FilterExpression& expression, FilterCaches& caches) const;
 
+    Bool HasRanks() const { return _hasRanks.load(std::memory_order_acquire); }
+    /// Gives each name its place among all, which many rows are sorted by faster. Once, by one thread. Errors: OperationCancelledError; OutOfMemoryError.
+    Result<void> MakeRanks();
+
 private:
     friend StrongRef<SearchTable>;
+    friend class SearchTableBuilder;
     SearchTable() = default;
 
-    enum FLAG : UChar { FAVOURITE = 1, HIDDEN = 2, VALID = 4, ODD_TAGS = 8, NEEDS_RENDERER = 16, TOO_LONG = 32 };
+    enum FLAG : UChar { HIDDEN = 1, VALID = 2, ODD_TAGS = 4, NEEDS_RENDERER = 8, TOO_LONG = 16, UNREADABLE = 32 };
     struct Row {
         UInt32 name = 0;    // where its texts begin in the pool of shown texts
         UInt32 folded = 0;  // where its texts begin in the folded pool
         UInt32 category = 0;
-        UInt32 rank = 0;
         std::uint16_t nameLength = 0, secondLength = 0, tagsLength = 0, sortLength = 0;
         UChar flags = 0;
     };
     struct KeywordList {
         std::vector<Id> ids;
         std::size_t own = 0;
+        Bool hasFavourite = false;
     };
     /// Ids by number; 0 is the null id.
     class IdTable {
@@ -84,30 +98,33 @@ private:
         std::vector<Id> ids;
 
     private:
-        std::unordered_map<std::string, UInt32> _numbers;
+        std::unordered_map<Id, UInt32, absl::Hash<Id>> _numbers;
     };
 
-    Result<Bool> Add(const AssetDescription& asset);
-    UInt32 AddKeywords(std::vector<Id> ids, std::size_t own);
-    void SetRanks();
+    std::string_view GetName(std::size_t number) const {
+        return std::string_view(_texts).substr(_rows[number].name, _rows[number].nameLength);
+    }
     Result<Opt<Candidates>> Find(const FilterExpression& expression, Int condition, FilterCaches& caches) const;
     Result<void> FindByKeyword(const FilterCondition& condition, FilterCaches& caches, const AssetRepositoryRef& repository,
                                std::vector<Bool>& lists) const;
     void FindByText(const String& value, Candidates& found) const;
-    LanguageRef _language = nullptr;
-    std::vector<AssetDescription> _assets;
+
+    std::vector<Id> _aids;
     std::vector<Row> _rows;
     // Numbers of ids and lists, apart from the rest, since they are run through for each condition.
     std::vector<UInt32> _types;
     std::vector<UInt32> _subtypes;
     std::vector<UInt32> _keywords;
-    std::vector<UInt32> _odd;  // rows whose texts here are not all
+    std::vector<UInt32> _odd;         // rows whose texts here are not all
+    std::vector<UInt32> _unreadable;  // rows of which nothing is known
     std::vector<UInt32> _references;
     std::string _texts;   // name, second name, tags, sort text of each asset
     std::string _folded;  // the first three in upper case, each behind a line end
     IdTable _ids;
     std::vector<KeywordList> _keywordLists = std::vector<KeywordList>(1);
-    std::unordered_map<std::string, UInt32> _keywordListNumbers;
+    std::vector<UInt32> _ranks;  // constant once `_hasRanks` is set
+    std::atomic<Bool> _hasRanks{false};
+    mutable std::vector<std::atomic<AssetDescriptionInterface*>> _assets;  // null: not asked for yet
 };
 using SearchTableRef = StrongRef<SearchTable>;
 

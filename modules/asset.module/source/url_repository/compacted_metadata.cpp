@@ -142,10 +142,10 @@ Result<CompactedMetaData::RawValue> CompactedMetaData::GetValue(UInt row) const 
 }
 
 // Assets stand about where the caller says, most of the time just there, so the search widens from that place.
-Result<Opt<UInt>> CompactedMetaData::FindAsset(std::string_view aid, Float64 place) const {
+Result<Opt<UInt>> CompactedMetaData::FindAsset(std::string_view aid, UInt next) const {
     UInt low = 0;
     UInt high = _assetCount;  // behind the last that may be it
-    UInt next = std::min(UInt(std::max(0.0, place) * Float64(_assetCount)), _assetCount - 1);
+    next = std::min(next, _assetCount - 1);
     for (UInt step = 1; low < high; step *= 2) {
         const std::string_view text = TRY(GetAsset(next));
         const int order = text.compare(aid);
@@ -163,15 +163,17 @@ Result<Opt<UInt>> CompactedMetaData::FindAsset(std::string_view aid, Float64 pla
 
 Result<Opt<CompactedMetaData::RawValue>> CompactedMetaData::FindRaw(std::string_view aid, std::string_view version,
                                                                     Float64 place) const {
+    UInt next = UInt(std::max(0.0, place) * Float64(_assetCount));
+    return FindNext(aid, VersionKey(version), next);
+}
+
+Result<Opt<CompactedMetaData::RawValue>> CompactedMetaData::FindNext(std::string_view aid, const VersionKey& key, UInt& next) const {
     TRY(EnsureChecked());
-    if (_assetCount == 0) return Opt<RawValue>();
-    Digest digest;
-    if (_hasDigests) {
-        if (!PackDigest(version, digest)) return Opt<RawValue>();
-        version = std::string_view(digest.data(), digest.size());
-    }
-    const Opt<UInt> asset = TRY(FindAsset(aid, place));
+    if (_assetCount == 0 || (_hasDigests && !key.IsDigest())) return Opt<RawValue>();
+    const std::string_view version = _hasDigests ? key.GetDigest() : key.GetText();
+    const Opt<UInt> asset = TRY(FindAsset(aid, next));
     if (!asset) return Opt<RawValue>();
+    next = *asset + 1;
     UInt low = ReadNumber<UInt>(_firstRows, *asset * sizeof(UInt));
     UInt high = ReadNumber<UInt>(_firstRows, (*asset + 1) * sizeof(UInt));
     if (low > high || high > _rowCount) return MakeError("a row number in it is wrong.");

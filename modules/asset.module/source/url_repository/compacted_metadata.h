@@ -6,11 +6,9 @@
 
 #include "kernel/data/data.h"
 #include "kernel/io/mapped_file.h"
+#include "url_repository/compacted_metadata_layout.h"
 
 #include <atomic>
-#include <string>
-#include <string_view>
-#include <vector>
 
 namespace talvo {
 
@@ -68,6 +66,8 @@ public:
     };
     /// The same, undecoded.
     Result<Opt<RawValue>> FindRaw(std::string_view aid, std::string_view version, Float64 place) const;
+    /// The same for who goes through all assets in their order. @param next number of the asset that is likely the next one; set for the next call.
+    Result<Opt<RawValue>> FindNext(std::string_view aid, const compacted::VersionKey& version, UInt& next) const;
     UInt GetRowCount() const { return _rowCount; }
     const Url& GetUrl() const { return _file; }
 
@@ -81,7 +81,7 @@ private:
     Result<std::string_view> GetAsset(UInt asset) const;
     Result<std::string_view> GetVersion(UInt row) const;
     Result<RawValue> GetValue(UInt row) const;
-    Result<Opt<UInt>> FindAsset(std::string_view aid, Float64 place) const;
+    Result<Opt<UInt>> FindAsset(std::string_view aid, UInt next) const;
     ErrorRef MakeError(std::string_view why) const;
 
     const Url _file;

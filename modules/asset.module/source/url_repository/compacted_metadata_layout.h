@@ -44,4 +44,18 @@ using Digest = std::array<char, DIGEST_SIZE>;
 /// The 32 bytes that 64 lower-case hexadecimal digits stand for. @return false for another text.
 Bool PackDigest(std::string_view text, Digest& digest);
 
+/// A version id in both forms that columns have it in, for who looks into several. The text must outlive it.
+class VersionKey {
+public:
+    explicit VersionKey(std::string_view text) : _text(text), _isDigest(PackDigest(text, _digest)) {}
+    std::string_view GetText() const { return _text; }
+    Bool IsDigest() const { return _isDigest; }
+    std::string_view GetDigest() const { return {_digest.data(), _digest.size()}; }
+
+private:
+    std::string_view _text;
+    Digest _digest;
+    Bool _isDigest;
+};
+
 }  // namespace talvo::compacted

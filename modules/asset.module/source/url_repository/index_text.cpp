@@ -296,7 +296,7 @@ IndexText::Record IndexText::GetRecord(UInt number) const {
     return record;
 }
 
-Bool IndexText::ReadVersion(UInt& position, Version& version) const {
+Bool IndexText::ReadVersionHead(UInt& position, Version& version) const {
     if (position >= _text.size() || _text[position] != '\t') return false;
     const std::string_view digits = ReadLine(position).substr(1);
     std::from_chars(digits.data(), digits.data() + digits.size(), version.number);
@@ -304,6 +304,11 @@ Bool IndexText::ReadVersion(UInt& position, Version& version) const {
     version.payload = ReadLine(position).substr(2);
     version.metaData = position;
     version.metaDataCount = 0;
+    return true;
+}
+
+Bool IndexText::ReadVersion(UInt& position, Version& version) const {
+    if (!ReadVersionHead(position, version)) return false;
     for (std::string_view name; ReadMetaDataName(position, name);) ++version.metaDataCount;
     return true;
 }

@@ -68,6 +68,8 @@ public:
     Record GetRecord(UInt number) const;
     /// The version at `position`, which is then that of the next one. @return false if no version stands there.
     Bool ReadVersion(UInt& position, Version& version) const;
+    /// The same but for its metadata, whose names are counted by nobody and stand at `position` then.
+    Bool ReadVersionHead(UInt& position, Version& version) const;
     /// The id of that version.
     std::string_view GetVersionId(UInt position) const;
     /// The version at a position that ReadVersion was at.

@@ -1,24 +1,12 @@
 // Where a metadata value lies, and reading it.
 #include "asset_scheme/url_parts.h"
-#include "kernel/data/document_binary.h"
-#include "kernel/description/description.h"
+#include "kernel/description/stored_texts.h"
 #include "url_repository/loaded_index.h"
 #include "url_repository/metadata_document.h"
 #include "url_repository/tree_access.h"
 #include "url_repository/url_asset_repository.h"
 
 namespace talvo {
-
-namespace {
-
-/// The text of one attribute of an entry, as it stands in a stored description; empty if there is none.
-std::string_view GetEntryText(const BinaryValueView& entry, const Id& attribute) {
-    const Opt<BinaryValueView> data = entry.FindMember(attribute.GetView());
-    const Opt<BinaryValueView> value = data ? data->FindMember("value") : std::nullopt;
-    return value ? value->GetText().value_or(std::string_view()) : std::string_view();
-}
-
-}  // namespace
 
 namespace {
 
@@ -109,21 +97,12 @@ Result<Opt<CompactedMetaData::RawValue>> UrlAssetRepositoryImpl::FindIndexedValu
     return values->FindRaw(aid, version, index.GetPlace(place->record));
 }
 
-// Names are read by the hundred thousand, to be shown and sorted: making the whole description of each would take most of that time.
 Result<BaseAssetRepositoryInterface::StoredText> UrlAssetRepositoryImpl::FindTextImpl(const Data& vdata, const InternedId& metaId,
                                                                                       const Id& key) {
-    StoredText stored;
     const Opt<CompactedMetaData::RawValue> raw = TRY(FindIndexedValue(vdata, metaId));
-    if (!raw || *raw->typeId != GetDataType<DataDescriptionDefinition>()->id) return stored;
-    const Opt<BinaryValueView> entries = BinaryValueView(raw->bytes).FindMember("entries");
-    if (!entries) return stored;
-    stored = {true, true, String()};
-    entries->ForEachElement([&](const BinaryValueView& entry) {
-        if (GetEntryText(entry, DESCRIPTION::IDENTIFIER) != key.GetView()) return true;
-        stored.text = String(GetEntryText(entry, DESCRIPTION::TRANSLATEDSTRING));
-        return false;
-    });
-    return stored;
+    std::string_view text;
+    const Bool isKnown = raw && ReadStoredTexts(*raw->typeId, raw->bytes, Block<const Id>(&key, 1), &text);
+    return isKnown ? StoredText{true, true, String(text)} : StoredText();
 }
 
 Result<Data> UrlAssetRepositoryImpl::LoadMetaDataImpl(const Data& vdata, const InternedId& metaId, ASSET_METADATA_KIND kind) {

@@ -20,12 +20,14 @@ LockClass SideTreeNames::lockClass{"names of a side tree", LOCK_FLAGS::IO};
 
 Bool SideTreeNames::MayHave(std::string_view directory) {
     if (_tree.IsEmpty()) return false;
-    const std::string name(directory);
     const Int64 now = GetNow();
+    const auto contains = [&](const State& state) {
+        return state.names.GetCount() != 0 && state.names.Contains(std::string(directory));
+    };
     {
         auto state = _state.Read();
         const Bool isFresh = state->isKnown && now >= state->looked && now - state->looked < LOOK_AGAIN_MICROSECONDS;
-        if (isFresh) return state->names.Contains(name);
+        if (isFresh) return contains(*state);
     }
     auto state = _state.Write();
     const Result<void> refreshed = CatchOutOfMemory([&]() -> Result<void> {
@@ -33,7 +35,7 @@ Bool SideTreeNames::MayHave(std::string_view directory) {
         return OK;
     });
     // Who doesn't know looks.
-    return refreshed.IsError() || !state->isKnown || state->names.Contains(name);
+    return refreshed.IsError() || !state->isKnown || contains(*state);
 }
 
 void SideTreeNames::Add(std::string_view directory) {

@@ -72,6 +72,7 @@ public:
     Result<void> PublishVersionImpl(AssetStoreResult& stored) override;
     void DiscardVersionImpl(const AssetStoreResult& stored) override;
     Result<Url> GetUrlImpl(const Data& vdata) override;
+    std::unique_ptr<AssetOutlines> MakeOutlinesImpl(Block<const InternedId> keys) override;
     Result<StoredText> FindTextImpl(const Data& vdata, const InternedId& metaId, const Id& key) override;
     Result<void> EraseImpl(const AssetDescription& asset, const Data& vdata) override;
     Result<Bool> HandleAssetErasedCompletely(const Id& aid, const Data& adata) override;
@@ -111,6 +112,7 @@ private:
     Result<LoadedVersion> LoadIndexedVersion(const Id& aid, const CompactedIndex& index, const IndexText::Version& version,
                                              const Data& vdata);
     Result<void> AddSideMetaData(const Id& aid, const Data& vdata, LoadedVersion& loaded);
+    class Outlines;
     Result<Bool> DeliverVersion(const Data& vdata, const Id& aid, const Id& type, LoadedVersion& loaded,
                                 AssetVersionReceiver receiver);
     /// Name of an asset's directory. Errors: IllegalArgumentError if `adata` is none of this backend's.
