@@ -77,8 +77,10 @@ constexpr const char* ONLY_FILES = " type:$net.talvo.assettype.file groupby:none
 
 std::vector<Row> SearchWords(const Setting& setting) {
     const Int count = setting.Choose(1000000, 2000);
-    const auto repository = OpenOnDisk(setting, GetLibrary(setting, count));
-    const std::vector<std::string> names = ReadNames(repository);
+    const std::string library = GetLibrary(setting, count);
+    // Who searches has not read all names before.
+    const std::vector<std::string> names = ReadNames(OpenOnDisk(setting, library));
+    const auto repository = OpenOnDisk(setting, library);
     const std::vector<std::string> words = ChooseWords(names);
     SqliteNames sqlite(names);
     const Float64 prepared = MeasureHere([&] { Need(AssetBrowserInterface::PrepareSearch(repository)); }).wall;

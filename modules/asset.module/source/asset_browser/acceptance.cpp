@@ -157,8 +157,9 @@ Result<Bool> Acceptance::IsListed(const AssetDescription& asset, const Id& type,
     if (type == ASSETTYPE_KEYWORD && aid == KEYWORD_FAVOURITE && _request.mode != ASSET_BROWSE_MODE::CATEGORY_TREE) return false;
     if (type == ASSETTYPE_PLUGIN) {
         if (aid == MISSING_PLUGIN) return false;
-        const Opt<Id> subtype = facts ? Opt<Id>(facts->subtype) : TRY(asset->GetMetaData().Get<Id>(ASSETMETADATA::SUBTYPE));
-        if (subtype && *subtype == INTERNAL_MODULE && !isBuilder) return false;
+        const Opt<Id> read = facts ? Opt<Id>() : TRY(asset->GetMetaData().Get<Id>(ASSETMETADATA::SUBTYPE));
+        const Bool isInternal = (facts && facts->subtype == INTERNAL_MODULE) || (read && *read == INTERNAL_MODULE);
+        if (isInternal && !isBuilder) return false;
     }
     if (type == ASSETTYPE_COMMAND) {
         if (_request.settings.skipCommandAssets) return false;

@@ -8,6 +8,7 @@ namespace talvo {
 namespace {
 
 constexpr Int ASSETS_BETWEEN_LOOKS = 500;
+constexpr std::size_t ASSETS_AHEAD = 8;
 
 class Walk {
 public:
@@ -30,21 +31,13 @@ public:
         const Bool isList = _request.mode == ASSET_BROWSE_MODE::ASSET_LIST && _acceptance.GetExpression();
         const Candidates candidates = isList ? TRY(table.FindCandidates(*_acceptance.GetExpression(), _acceptance.GetCaches()))
                                              : Candidates(table.GetCount(), true);
-        TRY(candidates.ForEach([&](std::size_t number) -> Result<void> {
+        const std::vector<UInt32> numbers = candidates.List();
+        for (std::size_t i = 0; i < numbers.size(); ++i) {
             if (++_count % ASSETS_BETWEEN_LOOKS == 0 && Job::IsCurrentCancelled()) return OperationCancelledError::Create();
-            const Bool isChanged = changed.GetCount() != 0 && changed.Contains(table.GetAssetId(number));
-            if (isChanged || !HasWantedType(table.GetTypeId(number))) return OK;
-            const Bool hasFacts = table.HasFacts(number);
-            if (hasFacts && !IsShown(table.IsValid(number))) return OK;
-            const AssetDescription asset = TRY(table.GetAsset(number, _request.lookupRepository));
-            if (!asset) return OK;
-            if (!hasFacts) {
-                TRY(Visit(asset));
-                return OK;
-            }
-            const AssetFacts facts = table.GetFacts(number);
-            return Decide(asset, &facts);
-        }));
+            if (i + ASSETS_AHEAD < numbers.size()) table.FetchAhead(numbers[i + ASSETS_AHEAD]);
+            const Bool isChanged = changed.GetCount() != 0 && changed.Contains(table.GetAssetId(numbers[i]));
+            if (!isChanged) TRY(VisitRow(table, numbers[i]));
+        }
         for (const Id& aid : changed) {
             const auto mode = ASSET_FIND_MODE::LATEST | ASSET_FIND_MODE::CANCELLABLE;
             const AssetDescription asset = TRY(_request.lookupRepository->FindLatestAsset(Id(), aid, Id(), mode));
@@ -54,6 +47,20 @@ public:
     }
 
 private:
+    Result<void> VisitRow(const SearchTable& table, std::size_t number) {
+        if (!HasWantedType(table.GetTypeId(number))) return OK;
+        const Bool hasFacts = table.HasFacts(number);
+        if (hasFacts && !IsShown(table.IsValid(number))) return OK;
+        const AssetDescription asset = TRY(table.GetAsset(number, _request.lookupRepository));
+        if (!asset) return OK;
+        if (hasFacts) {
+            const AssetFacts facts = table.GetFacts(number);
+            return Decide(asset, &facts);
+        }
+        TRY(Visit(asset));
+        return OK;
+    }
+
     Bool HasWantedType(const Id& type) const {
         const HashSet<Id>& types = _request.settings.assetTypes;
         return types.GetCount() == 0 || types.Contains(type);

@@ -50,6 +50,7 @@ Result<ListingTexts::Category> ListingTexts::FindCategory(const Id& id) const {
     if (!category.asset) return category;
     const InternedId name(OBJECT_BASE_NAME);
     category.name = TRY(category.asset->GetMetaString(name, nullptr, String()));
+    category.upperName = category.name.ToUpper();
     BaseArray<String> parts = TRY(CategoryAssetInterface::GetAssetBreadcrumbString(category.asset, _lookupRepository));
     for (const String& part : parts) category.path += part + String(PATH_SEPARATOR);
     category.path += category.name;

@@ -22,6 +22,7 @@ public:
     struct Category {
         Id id;  ///< of one that is there, or that of all assets without one
         String name;
+        String upperName;
         String path;  ///< names from the root down to it, for the subtitle
         AssetDescription asset;
     };

@@ -48,19 +48,19 @@ RowBuilder::RowBuilder(const ListingRequest& request, ListingTexts& texts, BaseA
 
 Result<void> RowBuilder::Add(const AssetDescription& asset, String matchText, const AssetFacts* facts) {
     const FilterOptions& options = _request.options;
-    GroupSource source;
-    source.asset = asset;
-    source.type = asset->GetTypeId();
-    const Opt<Id> subtype = facts ? Opt<Id>(facts->subtype) : TRY(asset->GetMetaData().Get<Id>(ASSETMETADATA::SUBTYPE));
-    source.subtype = subtype.value_or(Id());
-    source.category = facts ? facts->category : CategoryAssetInterface::GetParentCategory(asset);
-    source.typeName = TRY_REF(_texts.GetTypeName(source.type, source.subtype));
+    const Opt<Id> read = facts ? Opt<Id>() : TRY(asset->GetMetaData().Get<Id>(ASSETMETADATA::SUBTYPE));
+    const Id readSubtype = read.value_or(Id());
+    const Id readCategory = facts ? Id() : CategoryAssetInterface::GetParentCategory(asset);
+    const Id& type = asset->GetTypeId();
+    const Id& subtype = facts ? facts->subtype : readSubtype;
+    const GroupSource source{asset, type, subtype, facts ? facts->category : readCategory,
+                             TRY_REF(_texts.GetTypeName(type, subtype))};
     BrowserRow row;
     row.asset = asset;
     row.name = facts ? facts->name : TRY(asset->GetMetaString(InternedId(OBJECT_BASE_NAME), nullptr, String()));
     row.matchText = std::move(matchText);
     if (options.sortBy != ASSET_SORT_BY::NAME) {
-        String sortText = facts ? JoinSortText(facts->sort, row.name) : TRY(MakeSortText(asset, row.name));
+        String sortText = facts ? JoinSortText(String(facts->sort), row.name) : TRY(MakeSortText(asset, row.name));
         row.sortValue = SortValue(std::move(sortText));
     }
     if (source.type == ASSETTYPE_COMMAND) {

@@ -29,6 +29,6 @@ private:
 };
 
 /// Without a prefix for sorting such as "#$05", if there is anything behind it.
-String DropSortPrefix(const String& name);
+String DropSortPrefix(String name);
 
 }  // namespace talvo

@@ -104,7 +104,7 @@ Result<RowGroups::Place> RowGroups::FindPlace(BrowserRow& row, const GroupSource
 
 Result<RowGroups::Place> RowGroups::FindCategory(BrowserRow& row, const GroupSource& source) {
     const ListingTexts::Category& category = TRY_REF(_texts.GetCategory(source.category));
-    row.sortValue = SortValue(category.name.ToUpper());
+    row.sortValue = SortValue(category.upperName);
     return Place{std::string(category.id.GetView()), category.name, SortValue(Int64(0))};
 }
 

@@ -22,13 +22,13 @@ Bucket GetDayBucket(Int64 day, Int64 today);
 /// The bucket of how often an asset was used.
 Bucket GetUseCountBucket(Int64 count);
 
-/// What of an asset its group depends on.
+/// What of an asset its group depends on. Refers to what its maker has.
 struct GroupSource {
-    AssetDescription asset;
-    Id type;
-    Id subtype;
-    Id category;
-    String typeName;
+    const AssetDescription& asset;
+    const Id& type;
+    const Id& subtype;
+    const Id& category;
+    const String& typeName;
 };
 
 /// The groups of one update.

@@ -3,6 +3,8 @@
 #include "browser_filter/text_order.h"
 #include "kernel/text/casing.h"
 
+#include <numeric>
+
 namespace talvo {
 
 namespace {
@@ -64,19 +66,23 @@ Bool ComesBefore(const BrowserRow& first, const BrowserRow& second, ASSET_FIRST_
 
 }  // namespace
 
-Result<void> SortRows(std::vector<BrowserRow>& rows, const RowConfig& config) {
-    if (rows.size() < 2) return CheckGoesOn();
-    const Bool isByRelevance = config.sortBy == ASSET_SORT_BY::RELEVANCE && !rows.front().isGroup;
+Result<std::vector<UInt32>> OrderRows(const std::vector<BrowserRow>& rows, const RowConfig& config) {
+    TRY(CheckGoesOn());
+    const Bool isByRelevance = config.sortBy == ASSET_SORT_BY::RELEVANCE && !rows.empty() && !rows.front().isGroup;
     const Bool isAscending = config.sortOrder == 1 || isByRelevance;
-    if (!isAscending && config.sortOrder != 2) return CheckGoesOn();
-    return CatchOutOfMemory([&]() -> Result<void> {
+    const Bool isSorted = rows.size() > 1 && (isAscending || config.sortOrder == 2);
+    return CatchOutOfMemory([&]() -> Result<std::vector<UInt32>> {
+        std::vector<UInt32> order(rows.size());
+        std::iota(order.begin(), order.end(), UInt32(0));
+        if (!isSorted) return order;
         const auto isNamed = [](const BrowserRow& row) { return row.keys == BrowserRow::KEYS::NAME; };
         const auto isRanked = [&](const BrowserRow& row) { return isNamed(row) && row.rank != 0; };
         const Bool hasRanks = std::all_of(rows.begin(), rows.end(), isRanked);
         const Bool hasHeads = !hasRanks && std::all_of(rows.begin(), rows.end(), isNamed);
         TextOrder keys;
         if (!hasRanks) {
-            for (const BrowserRow& row : rows) TRY(keys.Add(row.keys == BrowserRow::KEYS::RELEVANCE ? String() : GetSortText(row)));
+            for (const BrowserRow& row : rows)
+                TRY(keys.Add(row.keys == BrowserRow::KEYS::RELEVANCE ? String() : GetSortText(row)));
         }
         std::vector<OrderItem> items(rows.size());
         for (std::size_t i = 0; i < rows.size(); ++i) {
@@ -88,11 +94,8 @@ Result<void> SortRows(std::vector<BrowserRow>& rows, const RowConfig& config) {
             return ComesBefore(rows[first.row], rows[second.row], config.firstItems, !isAscending,
                                [&] { return hasRanks ? 0 : keys.Compare(first.row, second.row); });
         }));
-        std::vector<BrowserRow> sorted;
-        sorted.reserve(rows.size());
-        for (const OrderItem& item : items) sorted.push_back(std::move(rows[item.row]));
-        rows = std::move(sorted);
-        return OK;
+        std::transform(items.begin(), items.end(), order.begin(), [](const OrderItem& item) { return item.row; });
+        return order;
     });
 }
 

@@ -100,7 +100,8 @@ Result<ConditionMatch> AssetEvaluation::TestType(const FilterCondition& conditio
     const Id& type = _asset->GetTypeId();
     Note("type", String::FromId(type));
     if (FindAlternative(condition, [&](const String& value) { return MatchId(type.GetView(), value); })) return Met();
-    const Opt<Id> subtype = _facts ? Opt<Id>(_facts->subtype) : TRY(_asset->GetMetaData().Get<Id>(ASSETMETADATA::SUBTYPE));
+    const Opt<Id> read = _facts ? Opt<Id>() : TRY(_asset->GetMetaData().Get<Id>(ASSETMETADATA::SUBTYPE));
+    const Id* subtype = _facts ? &_facts->subtype : read ? &*read : nullptr;
     Note("subtype", subtype ? String::FromId(*subtype) : String());
     if (subtype && FindAlternative(condition, [&](const String& value) { return MatchId(subtype->GetView(), value); }))
         return Met();
@@ -151,7 +152,7 @@ Result<ConditionMatch> AssetEvaluation::TestDependencies(const FilterCondition& 
 }
 
 Result<ConditionMatch> AssetEvaluation::TestKeywords(const FilterCondition& condition, COUNTS counts) {
-    const std::vector<Id>& keywords = TRY_REF(GetKeywords());
+    const Block<const Id> keywords = TRY(GetKeywords());
     for (const String& value : condition.values) {
         if (counts == COUNTS::ALLOWED && IsComparison(value)) {
             if (MatchesNumber(Int64(keywords.size()), value)) return Met(String(std::to_string(keywords.size())) + value);
@@ -166,7 +167,7 @@ Result<ConditionMatch> AssetEvaluation::TestKeywords(const FilterCondition& cond
 }
 
 Result<ConditionMatch> AssetEvaluation::TestKeywordIds(const FilterCondition& condition) {
-    const std::vector<Id>& keywords = TRY_REF(GetKeywords());
+    const Block<const Id> keywords = TRY(GetKeywords());
     const auto count = Int64(keywords.size());
     const Bool isCount = condition.key == InternedId(FILTERKEY::KEYWORDCOUNT);
     for (const String& value : condition.values) {

@@ -54,8 +54,8 @@ private:
     Match TestName(const FilterCondition& condition);
     Match TestTags(const FilterCondition& condition);
 
-    Result<const std::vector<String>&> GetNames();
-    Result<const std::vector<Id>&> GetKeywords();
+    Result<Block<const String>> GetNames();
+    Result<Block<const Id>> GetKeywords();
     Result<const DataDictionary&> GetProperties();
     Result<const std::vector<AssetDescription>&> GetVersions();
     Opt<Int64> FindInteger(const DataDictionary& properties, const Id& key) const;

@@ -42,12 +42,12 @@ Opt<Float64> GetExtent(const BaseArray<Float64>& box) {
 
 }  // namespace
 
-Result<const std::vector<String>&> AssetEvaluation::GetNames() {
-    if (_names) return *_names;
+Result<Block<const String>> AssetEvaluation::GetNames() {
+    if (_names) return Block<const String>(*_names);
+    if (_facts && _facts->secondName.empty()) return Block<const String>(&_facts->name, 1);
     if (_facts) {
-        _names.emplace({_facts->name});
-        if (_facts->secondName.IsPopulated()) _names->push_back(_facts->secondName);
-        return *_names;
+        _names.emplace({_facts->name, String(_facts->secondName)});
+        return Block<const String>(*_names);
     }
     const InternedId key(OBJECT_BASE_NAME);
     const LanguageRef current = Resource::GetCurrentLanguage();
@@ -60,15 +60,12 @@ Result<const std::vector<String>&> AssetEvaluation::GetNames() {
         names.push_back(std::move(name));
     }
     _names = std::move(names);
-    return *_names;
+    return Block<const String>(*_names);
 }
 
-Result<const std::vector<Id>&> AssetEvaluation::GetKeywords() {
-    if (_keywords) return *_keywords;
-    if (_facts) {
-        _keywords.emplace(_facts->keywords.begin(), _facts->keywords.end());
-        return *_keywords;
-    }
+Result<Block<const Id>> AssetEvaluation::GetKeywords() {
+    if (_keywords) return Block<const Id>(*_keywords);
+    if (_facts) return Block<const Id>(_facts->keywords);
     std::vector<Id> keywords;
     for (const LiteralId& key : {ASSETMETADATA::KEYWORDS, ASSETMETADATA::USERKEYWORDS}) {
         const Opt<BaseArray<Id>> list = TRY(_asset->GetMetaData().Get<BaseArray<Id>>(key));
@@ -83,7 +80,7 @@ Result<const std::vector<Id>&> AssetEvaluation::GetKeywords() {
         }
     }
     _keywords = std::move(keywords);
-    return *_keywords;
+    return Block<const Id>(*_keywords);
 }
 
 Result<const DataDictionary&> AssetEvaluation::GetProperties() {
@@ -162,7 +159,7 @@ Result<ConditionMatch> AssetEvaluation::TestDimensions(const FilterCondition& co
 }
 
 Result<ConditionMatch> AssetEvaluation::TestName(const FilterCondition& condition) {
-    const std::vector<String>& names = TRY_REF(GetNames());
+    const Block<const String> names = TRY(GetNames());
     for (const String& value : condition.values) {
         for (const String& name : names) {
             if (ContainsText(name, value)) return ConditionMatch{true, String()};
@@ -173,8 +170,9 @@ Result<ConditionMatch> AssetEvaluation::TestName(const FilterCondition& conditio
 
 /// The shortest word with an alternative in it counts, of the first group that has one.
 Result<ConditionMatch> AssetEvaluation::TestTags(const FilterCondition& condition) {
-    const Bool isKnown = _facts && _facts->tags.FindIndex(String("{")) == String::NOT_FOUND;
-    const String tags = isKnown ? _facts->tags : TRY(GetTagStrings(_asset, _context.nodeSystemClass, &_caches.tags));
+    const Bool isKnown = _facts && _facts->tags.find('{') == std::string_view::npos;
+    if (isKnown && _facts->tags.empty()) return NOT_MET;
+    const String tags = isKnown ? String(_facts->tags) : TRY(GetTagStrings(_asset, _context.nodeSystemClass, &_caches.tags));
     if (tags.IsEmpty()) return NOT_MET;
     Note("tags", tags);
     const BaseArray<String> groups = tags.Split(String(";"), String::SPLIT::DROP_EMPTY);

@@ -5,14 +5,14 @@
 
 namespace talvo {
 
-/// Values of one asset. Belongs to one update; the keywords are those of the table.
+/// Values of one asset. Refers to the table, which must outlive it.
 struct AssetFacts {
-    String name;        ///< in the current language
-    String secondName;  ///< in the language that it falls back to, if that is another one
-    String tags;
-    String sort;
-    Id subtype;
-    Id category;
+    String name;                  ///< in the current language
+    std::string_view secondName;  ///< in the language that it falls back to, if that is another one
+    std::string_view tags;
+    std::string_view sort;
+    const Id& subtype;
+    const Id& category;
     Block<const Id> keywords;     ///< those that came with the asset first, then those of the user, each once
     std::size_t ownKeywords = 0;  ///< how many of them came with the asset
     Bool isFavourite = false;

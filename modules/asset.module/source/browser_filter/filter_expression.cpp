@@ -84,7 +84,8 @@ Bool FilterExpression::IsMetBy(const HashMap<Id, std::size_t>& matches, const Id
 Result<void> FilterExpression::UsePreMatches(const AssetDescription& asset, const AssetFacts* facts, std::vector<Bool>& met,
                                              String& matchText, FilterCaches& caches) const {
     if (!_subtypes.IsEmpty()) {
-        const Opt<Id> subtype = facts ? Opt<Id>(facts->subtype) : TRY(asset->GetMetaData().Get<Id>(ASSETMETADATA::SUBTYPE));
+        const Opt<Id> read = facts ? Opt<Id>() : TRY(asset->GetMetaData().Get<Id>(ASSETMETADATA::SUBTYPE));
+        const Id* subtype = facts ? &facts->subtype : read ? &*read : nullptr;
         const std::size_t* found = subtype ? _subtypes.Find(*subtype) : nullptr;
         if (found) Use(_preMatches[*found], met);
     }

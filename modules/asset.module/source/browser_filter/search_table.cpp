@@ -69,25 +69,29 @@ AssetFacts SearchTable::GetFacts(std::size_t number) const {
     const Row& row = _rows[number];
     std::string_view texts = std::string_view(_texts).substr(row.name);
     const auto take = [&](std::size_t length) {
-        String text(texts.substr(0, length));
+        const std::string_view text = texts.substr(0, length);
         texts.remove_prefix(length);
         return text;
     };
-    AssetFacts facts;
-    facts.name = take(row.nameLength);
-    facts.secondName = take(row.secondLength);
-    facts.tags = take(row.tagsLength);
-    facts.sort = take(row.sortLength);
-    facts.subtype = _ids.ids[_subtypes[number]];
-    facts.category = _ids.ids[row.category];
+    const std::string_view name = take(row.nameLength), second = take(row.secondLength), tags = take(row.tagsLength);
     const KeywordList& list = _keywordLists[_keywords[number]];
-    facts.keywords = list.ids;
-    facts.ownKeywords = list.own;
-    facts.isFavourite = list.hasFavourite;
-    facts.isHidden = (row.flags & HIDDEN) != 0;
-    facts.needsRenderer = (row.flags & NEEDS_RENDERER) != 0;
-    facts.rank = HasRanks() ? _ranks[number] : 0;
-    return facts;
+    return {.name = String(name),
+            .secondName = second,
+            .tags = tags,
+            .sort = take(row.sortLength),
+            .subtype = _ids.ids[_subtypes[number]],
+            .category = _ids.ids[row.category],
+            .keywords = list.ids,
+            .ownKeywords = list.own,
+            .isFavourite = list.hasFavourite,
+            .isHidden = (row.flags & HIDDEN) != 0,
+            .needsRenderer = (row.flags & NEEDS_RENDERER) != 0,
+            .rank = HasRanks() ? _ranks[number] : 0};
+}
+
+void SearchTable::FetchAhead(std::size_t number) const {
+    __builtin_prefetch(&_rows[number]);
+    __builtin_prefetch(_assets[number].load(std::memory_order_relaxed));
 }
 
 Result<Candidates> SearchTable::FindCandidates(const FilterExpression& expression, FilterCaches& caches) const {
@@ -169,14 +173,14 @@ void SearchTable::FindByText(const String& value, Candidates& found) const {
         const auto offset = UInt32(place + hit);
         // Rows stand in the order of their texts, and the next hit is near as a rule.
         std::size_t step = 1;
-        while (number + step < _rows.size() && _rows[number + step].folded <= offset) step *= 2;
-        const auto next =
-            std::upper_bound(_rows.begin() + Int(number + step / 2), _rows.begin() + Int(std::min(number + step, _rows.size())),
-                             offset, [](UInt32 at, const Row& row) { return at < row.folded; });
-        number = std::size_t(next - _rows.begin());
+        const std::vector<UInt32>& begins = _foldedBegins;
+        while (number + step < begins.size() && begins[number + step] <= offset) step *= 2;
+        const auto next = std::upper_bound(begins.begin() + Int(number + step / 2),
+                                           begins.begin() + Int(std::min(number + step, begins.size())), offset);
+        number = std::size_t(next - begins.begin());
         found.Add(number - 1);
-        if (number == _rows.size()) break;
-        place = _rows[number].folded;
+        if (number == begins.size()) break;
+        place = begins[number];
     }
 }
 

@@ -31,13 +31,13 @@ public:
         for (std::size_t i = 0; i < _words.size() && count <= limit; ++i) count += std::size_t(std::popcount(_words[i]));
         return count <= limit;
     }
-    /// Calls `take(number)` for each until it gives an error.
-    template <typename TAKE>
-    Result<void> ForEach(TAKE&& take) const {
+    std::vector<UInt32> List() const {
+        std::vector<UInt32> numbers;
         for (std::size_t i = 0; i < _words.size(); ++i) {
-            for (UInt64 word = _words[i]; word != 0; word &= word - 1) TRY(take(i * BITS + std::size_t(__builtin_ctzll(word))));
+            for (UInt64 word = _words[i]; word != 0; word &= word - 1)
+                numbers.push_back(UInt32(i * BITS) + UInt32(std::countr_zero(word)));
         }
-        return OK;
+        return numbers;
     }
 
 private:
@@ -62,6 +62,8 @@ public:
     /// False: the asset has to be read.
     Bool HasFacts(std::size_t number) const { return (_rows[number].flags & (TOO_LONG | UNREADABLE)) == 0; }
     AssetFacts GetFacts(std::size_t number) const;
+    /// Has what is known of an asset brought into the caches.
+    void FetchAhead(std::size_t number) const;
     /// Numbers of all keywords and subtypes.
     const std::vector<UInt32>& GetReferences() const { return _references; }
 
@@ -79,8 +81,7 @@ private:
 
     enum FLAG : UChar { HIDDEN = 1, VALID = 2, ODD_TAGS = 4, NEEDS_RENDERER = 8, TOO_LONG = 16, UNREADABLE = 32 };
     struct Row {
-        UInt32 name = 0;    // where its texts begin in the pool of shown texts
-        UInt32 folded = 0;  // where its texts begin in the folded pool
+        UInt32 name = 0;  // where its texts begin in the pool of shown texts
         UInt32 category = 0;
         std::uint16_t nameLength = 0, secondLength = 0, tagsLength = 0, sortLength = 0;
         UChar flags = 0;
@@ -111,6 +112,7 @@ private:
 
     std::vector<Id> _aids;
     std::vector<Row> _rows;
+    std::vector<UInt32> _foldedBegins;  // where the texts of each begin in the folded pool
     // Numbers of ids and lists, apart from the rest, since they are run through for each condition.
     std::vector<UInt32> _types;
     std::vector<UInt32> _subtypes;

@@ -71,9 +71,9 @@ void AppendUpper(std::string& target, std::string_view text) {
 }  // namespace
 
 SearchTableBuilder::SearchTableBuilder(SearchTable& table, AssetRepositoryRef repository)
-    : _table(table), _repository(std::move(repository)), _keys{InternedId(ASSETMETADATA::SUBTYPE),
-                                                               InternedId(ASSETMETADATA::CATEGORY),
-                                                               InternedId(ASSETMETADATA::KEYWORDS)} {
+    : _table(table),
+      _repository(std::move(repository)),
+      _keys{InternedId(ASSETMETADATA::SUBTYPE), InternedId(ASSETMETADATA::CATEGORY), InternedId(ASSETMETADATA::KEYWORDS)} {
     for (InternedId& key : GetUntoldKeys()) _keys.push_back(std::move(key));
 }
 
@@ -127,9 +127,10 @@ Result<void> SearchTableBuilder::AddOutlines(BaseAssetRepository& repository, co
     const Bool computes = &repository == AssetInterface::GetBuiltinRepository().GetPointer();
     TRY(repository.ReadOutlines(_keys, [&](const Id& aid, const Id& type, Opt<Block<const StoredValue>> values) -> Result<void> {
         // Of several repositories that have an asset the newest version counts.
-        const Bool isHereOnly = values && !computes && std::none_of(others.begin(), others.end(), [&](BaseAssetRepository* other) {
-                                    return other != &repository && other->HasEntry(aid);
-                                });
+        const Bool isHereOnly =
+            values && !computes && std::none_of(others.begin(), others.end(), [&](BaseAssetRepository* other) {
+                return other != &repository && other->HasEntry(aid);
+            });
         const Bool isAdded = isHereOnly && TRY(AddOutline(aid, type, *values));
         if (!isAdded) _toLoad.push_back(aid);
         return OK;
@@ -177,7 +178,7 @@ Bool SearchTableBuilder::ReadTexts(Block<const StoredValue> values) {
     return last >= std::min<std::size_t>(_languages.size(), 2);
 }
 
-std::string_view SearchTableBuilder::ChooseText(std::string_view StoredTexts::*text, std::size_t first,
+std::string_view SearchTableBuilder::ChooseText(std::string_view StoredTexts::* text, std::size_t first,
                                                 std::string_view fallback) const {
     for (std::size_t i = first; i < _texts.size(); ++i) {
         if (!(_texts[i].*text).empty()) return _texts[i].*text;
@@ -270,10 +271,11 @@ Result<void> SearchTableBuilder::AddRow(const Values& values, const AssetDescrip
     const std::string_view texts[] = {values.name, values.secondName, values.tags, values.sort};
     constexpr std::size_t SEARCHED = 3;
     if (values.tags.find('{') != std::string_view::npos) row.flags |= SearchTable::ODD_TAGS;
-    const Bool isTooLong = std::any_of(std::begin(texts), std::end(texts), [](std::string_view text) { return text.size() > MAX_TEXT; });
+    const Bool isTooLong =
+        std::any_of(std::begin(texts), std::end(texts), [](std::string_view text) { return text.size() > MAX_TEXT; });
     if (isTooLong) row.flags |= SearchTable::TOO_LONG;
     row.name = UInt32(_table._texts.size());
-    row.folded = UInt32(_table._folded.size());
+    _table._foldedBegins.push_back(UInt32(_table._folded.size()));
     std::uint16_t* lengths[] = {&row.nameLength, &row.secondLength, &row.tagsLength, &row.sortLength};
     for (std::size_t i = 0; i < std::size(texts); ++i) {
         const std::string_view text = texts[i].substr(0, MAX_TEXT);

@@ -41,7 +41,7 @@ private:
     Result<Bool> AddOutline(const Id& aid, const Id& type, Block<const StoredValue> values);
     Bool ReadTexts(Block<const StoredValue> values);
     /// The first text that one of the languages has, from a given one on.
-    std::string_view ChooseText(std::string_view StoredTexts::*text, std::size_t first, std::string_view fallback) const;
+    std::string_view ChooseText(std::string_view StoredTexts::* text, std::size_t first, std::string_view fallback) const;
     Result<void> Add(const AssetDescription& asset);
     Result<void> AddRead(const AssetDescription& asset);
     Result<void> AddRow(const Values& values, const AssetDescription& asset);
@@ -51,8 +51,8 @@ private:
 
     SearchTable& _table;
     const AssetRepositoryRef _repository;
-    std::vector<Language> _languages;  // the current one and those that it falls back to
-    std::vector<InternedId> _keys;     // of the values in outlines
+    std::vector<Language> _languages;       // the current one and those that it falls back to
+    std::vector<InternedId> _keys;          // of the values in outlines
     std::vector<StoredTexts> _texts;        // of the asset at hand
     std::vector<AssetDescription> _assets;  // of each row; null where it is not loaded
     std::vector<Id> _toLoad;

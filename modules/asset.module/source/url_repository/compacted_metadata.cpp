@@ -167,7 +167,8 @@ Result<Opt<CompactedMetaData::RawValue>> CompactedMetaData::FindRaw(std::string_
     return FindNext(aid, VersionKey(version), next);
 }
 
-Result<Opt<CompactedMetaData::RawValue>> CompactedMetaData::FindNext(std::string_view aid, const VersionKey& key, UInt& next) const {
+Result<Opt<CompactedMetaData::RawValue>> CompactedMetaData::FindNext(std::string_view aid, const VersionKey& key,
+                                                                     UInt& next) const {
     TRY(EnsureChecked());
     if (_assetCount == 0 || (_hasDigests && !key.IsDigest())) return Opt<RawValue>();
     const std::string_view version = _hasDigests ? key.GetDigest() : key.GetText();

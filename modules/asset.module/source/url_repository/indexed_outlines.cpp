@@ -6,8 +6,10 @@ namespace talvo {
 
 class UrlAssetRepositoryImpl::Outlines final : public AssetOutlines {
 public:
-    Outlines(UrlAssetRepositoryImpl& repository, Block<const InternedId> keys) : _repository(repository), _keys(keys.begin(), keys.end()) {
-        for (Int i = 0; i < repository._index->GetCount(); ++i) _indexes.push_back(MakeColumns(repository._index->Get(UInt32(i))));
+    Outlines(UrlAssetRepositoryImpl& repository, Block<const InternedId> keys)
+        : _repository(repository), _keys(keys.begin(), keys.end()) {
+        for (Int i = 0; i < repository._index->GetCount(); ++i)
+            _indexes.push_back(MakeColumns(repository._index->Get(UInt32(i))));
     }
 
     Result<Bool> Read(const Id& aid, const Data& adata, Block<StoredValue> values) override {
@@ -34,7 +36,7 @@ private:
     enum class NAME : Int { OF_NO_KEY = -1, NOT_IN_COLUMNS = -2 };  // or the number of a key
     struct Columns {
         const CompactedIndex* index = nullptr;
-        std::vector<Column> columns;  // one for each key
+        std::vector<Column> columns;                           // one for each key
         std::vector<std::pair<std::string_view, Int>> before;  // names of the asset before, each with what FindKey says
     };
 
