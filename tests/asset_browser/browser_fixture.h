@@ -42,6 +42,10 @@ protected:
     };
 
     BrowserFixture();
+    /// @param repository null: it is set later, and Fill called then.
+    explicit BrowserFixture(BaseAssetRepositoryRef repository);
+    /// Stores the library.
+    void Fill();
     AssetDescription Store(const Id& aid, const Asset& asset, const char* name);
     AssetDescription StoreFile(const char* aid, const char* name, const char* category, const char* subtype);
     void Set(const AssetDescription& asset, const Id& key, Data value, KIND kind = KIND::PERSISTENT);

@@ -12,8 +12,14 @@ namespace talvo {
 
 using Rows = std::vector<std::string>;
 
-BrowserFixture::BrowserFixture() {
-    _repository = Need(MemoryAssetRepository::Create("library"_id, {}, MemoryAssetRepository::ACCESS::WRITABLE));
+BrowserFixture::BrowserFixture()
+    : BrowserFixture(Need(MemoryAssetRepository::Create("library"_id, {}, MemoryAssetRepository::ACCESS::WRITABLE))) {
+    Fill();
+}
+
+BrowserFixture::BrowserFixture(BaseAssetRepositoryRef repository) : _repository(std::move(repository)) {}
+
+void BrowserFixture::Fill() {
     const auto category = [&](const char* id, const char* name, const char* parent) {
         const AssetDescription stored = Store(MakeId(id), Asset(Need(CategoryAssetInterface::Create())), name);
         if (*parent) Need(CategoryAssetInterface::SetAssetCategory(stored, MakeId(parent)));
@@ -234,7 +240,8 @@ TEST_F(Browser, ATableListsWhatAWalkLists) {
             std::string text = groups[dice() % std::size(groups)];
             for (std::size_t k = dice() % 3; k > 0; --k) text += std::string(" ") + terms[dice() % std::size(terms)];
             const auto mode = dice() % 6 == 0 ? ASSET_BROWSE_MODE::CATEGORY_TREE : ASSET_BROWSE_MODE::ASSET_LIST;
-            EXPECT_EQ(Search(text.c_str(), mode), Walk(text.c_str(), mode)) << text;
+            const Rows found = Search(text.c_str(), mode);
+            EXPECT_EQ(found, Walk(text.c_str(), mode)) << text;
         }
     }
 }
