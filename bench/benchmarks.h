@@ -17,6 +17,7 @@ std::vector<Row> MeasureIndexedMemory(const Setting& setting);
 std::vector<Row> ShowOneIndexed(const Setting& setting);
 std::vector<Row> CompactLoaded(const Setting& setting);
 std::vector<Row> SearchWords(const Setting& setting);
+std::vector<Row> SearchWhileTyping(const Setting& setting);
 std::vector<Row> SearchCold(const Setting& setting);
 std::vector<Row> WalkIds(const Setting& setting);
 std::vector<Row> MeasureMemory(const Setting& setting);
@@ -45,6 +46,7 @@ inline constexpr Benchmark BENCHMARKS[] = {
     {"index-show", ShowOneIndexed},
     {"compaction", CompactLoaded},
     {"search", SearchWords},
+    {"search-typing", SearchWhileTyping},
     {"search-cold", SearchCold},
     {"walk", WalkIds},
     {"memory", MeasureMemory},

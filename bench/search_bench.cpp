@@ -2,47 +2,77 @@
 #include "asset_browser.h"
 #include "bench/benchmarks.h"
 #include "bench/libraries.h"
+#include "bench/library/row_ordering.h"
 #include "bench/repositories.h"
 #include "bench/sqlite_names.h"
+#include "kernel/app/run_loop.h"
 
+#include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <map>
+#include <thread>
 
 namespace talvo::bench {
 
 namespace {
 
-class Graph final : public NodesGraphModelInterface {
-public:
-    explicit Graph(AssetRepositoryRef repository) : _repository(std::move(repository)) {}
-    AssetRepositoryRef GetLookupRepository() const override { return _repository; }
-    NodeSystemClassRef GetNodeSystemClass() const override { return nullptr; }
+using Clock = std::chrono::steady_clock;
 
-private:
-    const AssetRepositoryRef _repository;
-};
+Float64 GetSecondsSince(Clock::time_point begin) { return std::chrono::duration<Float64>(Clock::now() - begin).count(); }
 
 /// A view that counts its rows.
 class View {
 public:
     explicit View(const AssetRepositoryRef& repository)
         : _browser(Need(AssetBrowserInterface::Create(ASSET_BROWSE_MODE::ASSET_LIST))) {
-        Need(_browser->SetGraphModel(NodesGraphModelRef(StrongRef<Graph>::Create(repository))));
+        Need(_browser->SetGraphModel(Need(CreateRepositoryGraphModel(repository))));
         Need(_browser->SetBuildEntryDelegate(
             [this](const AssetBrowserRef&, Int stage, const Data&, const Data&, const BuildEntryRecord& record) -> Result<Data> {
-                if (stage == BUILD_STAGE::ROW && record.asset) ++_rows;
+                if (stage == BUILD_STAGE::BEGIN) _begun = Clock::now();
+                if (stage != BUILD_STAGE::ROW || !record.asset) return Data();
+                if (_rows++ == 0) _firstRow = Clock::now();
                 return Data();
             }));
     }
+    ~View() { _browser->EnableUpdates(false); }
+
     Int Search(const std::string& text) {
         _rows = 0;
         _browser->DoFiltering(String(), String(), String(), String(" "), false, false);
         _browser->DoFilteringPreScan(String(), String(), String(), String(text), false, false);
         return _rows;
     }
+    /// Seconds until the first row of a search.
+    Float64 FindFirst(const std::string& text) {
+        const auto begin = Clock::now();
+        Search(text);
+        return std::chrono::duration<Float64>(_firstRow - begin).count();
+    }
+    /// Types a text, and another one after a while. @return seconds until the second search begins.
+    Float64 TypeOver(const std::string& first, std::chrono::milliseconds later, const std::string& second) {
+        _browser->EnableUpdates(true);
+        Type(first);
+        std::this_thread::sleep_for(later);
+        const auto begin = Clock::now();
+        _begun = begin;
+        Type(second);
+        while (_begun.load() == begin) std::this_thread::yield();
+        const Float64 seconds = std::chrono::duration<Float64>(_begun.load() - begin).count();
+        Search("nothing has this name");  // waits for the end
+        return seconds;
+    }
 
 private:
+    void Type(const std::string& text) {
+        _browser->DoFiltering(String(), String(), String(), String(text), false, false);
+        RunLoop::RunPendingJobs();
+    }
+
     const AssetBrowserRef _browser;
     Int _rows = 0;
+    std::atomic<Clock::time_point> _begun{};
+    Clock::time_point _firstRow;
 };
 
 /// Words of names by how many names have them: one that few have, one of the middle, and one that many have.
@@ -107,6 +137,35 @@ std::vector<Row> SearchWords(const Setting& setting) {
     rows.push_back({"three conditions, one of which reads metadata, grouped by category", ShowSeconds(conditions.ours.wall),
                     ShowSeconds(conditions.peer.wall) + " (the word alone)", "x", conditions.wallRatio, Row::GOAL::AT_MOST, 2});
     rows.push_back({"making the table of " + all, ShowSeconds(prepared), "", "s", prepared, Row::GOAL::NONE, 0});
+    return rows;
+}
+
+std::vector<Row> SearchWhileTyping(const Setting& setting) {
+    constexpr Int PRESSES = 12, STEP = 70;
+    std::vector<Row> rows;
+    const Int first = setting.Choose(100000, 2000);
+    std::vector<Float64> times;
+    for (Int run = 0; run < setting.runs; ++run)
+        times.push_back(View(OpenOnDisk(setting, GetLibrary(setting, first))).FindFirst("bamboo groupby:none"));
+    rows.push_back({"the first row over " + std::to_string(first) + " indexed assets, no search before",
+                    ShowSeconds(Median(times)), "", "s", Median(times), Row::GOAL::AT_MOST, 0.05});
+    const Int count = setting.Choose(1000000, 2000);
+    const auto repository = OpenOnDisk(setting, GetLibrary(setting, count));
+    Need(AssetBrowserInterface::PrepareSearch(repository));
+    View view(repository);
+    times.clear();
+    for (Int press = 0; press < PRESSES; ++press) {
+        const std::chrono::milliseconds later(setting.quick ? 0 : 1 + press * STEP);
+        times.push_back(view.TypeOver("type:file", later, "zzz"));
+    }
+    const Float64 longest = *std::max_element(times.begin(), times.end());
+    rows.push_back({"a key press ends an update that lists all of " + std::to_string(count) + ", the longest of " +
+                        std::to_string(PRESSES) + " at different moments, the median " + ShowSeconds(Median(times)),
+                    ShowSeconds(longest), "", "s", longest, Row::GOAL::AT_MOST, 0.02});
+    const Comparison ordering = CompareOrdering(setting.runs, count);
+    rows.push_back({"ordering " + std::to_string(count) + " rows by name", ShowSeconds(ordering.ours.wall),
+                    ShowSeconds(ordering.peer.wall) + " (a pass over their ranks)", "x", ordering.wallRatio, Row::GOAL::AT_MOST,
+                    2});
     return rows;
 }
 

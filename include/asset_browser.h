@@ -21,6 +21,8 @@ public:
     virtual NodeSystemClassRef GetNodeSystemClass() const = 0;
 };
 using NodesGraphModelRef = StrongRef<NodesGraphModelInterface>;
+/// The model of a host without graphs: its views look assets up in `repository`. Errors: OutOfMemoryError.
+Result<NodesGraphModelRef> CreateRepositoryGraphModel(const AssetRepositoryRef& repository);
 
 /// What the host gets for one row.
 struct BuildEntryRecord {

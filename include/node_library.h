@@ -5,6 +5,8 @@
 
 namespace talvo {
 
+inline constexpr LiteralId ASSETTYPE_NODETEMPLATE{"net.talvo.node.assettype.nodetemplate"};
+
 /// A class of node systems; only the host looks into it.
 class NodeSystemClassInterface : public ObjectInterface {};
 using NodeSystemClassRef = StrongRef<NodeSystemClassInterface>;

@@ -9,16 +9,6 @@ namespace talvo {
 namespace {
 
 /// Where the browser looks.
-class Graph final : public NodesGraphModelInterface {
-public:
-    explicit Graph(AssetRepositoryRef repository) : _repository(std::move(repository)) {}
-    AssetRepositoryRef GetLookupRepository() const override { return _repository; }
-    NodeSystemClassRef GetNodeSystemClass() const override { return nullptr; }
-
-private:
-    const AssetRepositoryRef _repository;
-};
-
 Result<AssetDescription> Find(const AssetRepositoryRef& repository, const std::string& word) {
     const Id id = TRY(Id::Create(word));
     const AssetDescription found =
@@ -61,7 +51,8 @@ private:
 };
 
 Result<void> Configure(AssetBrowserInterface& browser, const AssetRepositoryRef& repository, const SearchRequest& request) {
-    TRY(browser.SetGraphModel(NodesGraphModelRef(StrongRef<Graph>::Create(repository))));
+    const NodesGraphModelRef graph = TRY(CreateRepositoryGraphModel(repository));
+    TRY(browser.SetGraphModel(graph));
     TRY(browser.SetAssetTypesFilter(request.types));
     TRY(browser.SetDatabaseMasterfilter(request.withoutDatabases));
     HashSet<Id> parents;

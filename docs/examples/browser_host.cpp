@@ -9,17 +9,6 @@ using namespace talvo;
 
 namespace {
 
-/// The host's graph: here only where to look.
-class Graph final : public NodesGraphModelInterface {
-public:
-    explicit Graph(AssetRepositoryRef repository) : _repository(std::move(repository)) {}
-    AssetRepositoryRef GetLookupRepository() const override { return _repository; }
-    NodeSystemClassRef GetNodeSystemClass() const override { return nullptr; }
-
-private:
-    const AssetRepositoryRef _repository;
-};
-
 /// Called on a worker, stage by stage. What it answers for a row comes back as the parent of the rows under it.
 Result<Data> PrintRow(Int stage, const Data& parent, const BuildEntryRecord& record) {
     const Int64* depth = parent.GetPtr<Int64>();
@@ -35,7 +24,8 @@ Result<void> Search(const char* folder, const char* filter) {
     const auto repository =
         TRY(AssetInterface::CreateRepositoryFromUrl(Id(), REPOSITORYTYPE_DATABASE, {}, url, false, true, false));
     const AssetBrowserRef browser = TRY(AssetBrowserInterface::Create(ASSET_BROWSE_MODE::ASSET_LIST));
-    TRY(browser->SetGraphModel(NodesGraphModelRef(StrongRef<Graph>::Create(repository))));
+    const NodesGraphModelRef graph = TRY(CreateRepositoryGraphModel(repository));
+    TRY(browser->SetGraphModel(graph));
     TRY(browser->SetBuildEntryDelegate([](const AssetBrowserRef&, Int stage, const Data&, const Data& parent,
                                           const BuildEntryRecord& record) { return PrintRow(stage, parent, record); }));
     // A view on a screen calls EnableUpdates(true) once, DoFiltering at each key press, and RunLoop::RunPendingJobs in its loop.

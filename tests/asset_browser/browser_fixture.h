@@ -15,12 +15,6 @@ namespace talvo {
 class BrowserFixture : public testing::Test {
 protected:
     using KIND = ASSET_METADATA_KIND;
-    struct Graph final : NodesGraphModelInterface {
-        explicit Graph(AssetRepositoryRef r) : repository(std::move(r)) {}
-        AssetRepositoryRef GetLookupRepository() const override { return repository; }
-        NodeSystemClassRef GetNodeSystemClass() const override { return nullptr; }
-        const AssetRepositoryRef repository;
-    };
     /// What a host remembers of the calls: "stage 0", or rows with two blanks a level.
     struct Host {
         Result<Data> Take(Int stage, const Data& parent, const BuildEntryRecord& record) {

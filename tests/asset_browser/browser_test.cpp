@@ -57,7 +57,7 @@ void BrowserFixture::Set(const AssetDescription& asset, const Id& key, Data valu
 
 AssetBrowserRef BrowserFixture::MakeBrowser(ASSET_BROWSE_MODE mode) {
     const AssetBrowserRef browser = Need(AssetBrowserInterface::Create(mode));
-    Need(browser->SetGraphModel(NodesGraphModelRef(StrongRef<Graph>::Create(_repository))));
+    Need(browser->SetGraphModel(Need(CreateRepositoryGraphModel(_repository))));
     Need(browser->SetBuildEntryDelegate([this](const AssetBrowserRef&, Int stage, const Data&, const Data& parent,
                                                const BuildEntryRecord& record) { return _host.Take(stage, parent, record); }));
     return browser;

@@ -11,16 +11,6 @@ namespace talvo {
 
 namespace {
 
-class Graph final : public NodesGraphModelInterface {
-public:
-    explicit Graph(AssetRepositoryRef repository) : _repository(std::move(repository)) {}
-    AssetRepositoryRef GetLookupRepository() const override { return _repository; }
-    NodeSystemClassRef GetNodeSystemClass() const override { return nullptr; }
-
-private:
-    const AssetRepositoryRef _repository;
-};
-
 /// What the terminal shows: taken from the browser's thread, shown by the main one.
 class Screen {
 public:
@@ -84,7 +74,8 @@ private:
     Result<Opt<AssetDescription>> Browse(const AssetRepositoryRef& repository, Terminal& terminal) {
         Screen screen;
         const AssetBrowserRef browser = TRY(AssetBrowserInterface::Create(ASSET_BROWSE_MODE::ASSET_LIST));
-        TRY(browser->SetGraphModel(NodesGraphModelRef(StrongRef<Graph>::Create(repository))));
+        const NodesGraphModelRef graph = TRY(CreateRepositoryGraphModel(repository));
+        TRY(browser->SetGraphModel(graph));
         TRY(browser->SetBuildEntryDelegate([&](const AssetBrowserRef&, Int stage, const Data&, const Data& parent,
                                                const BuildEntryRecord& record) { return screen.Take(stage, parent, record); }));
         browser->EnableUpdates(true);

@@ -19,10 +19,8 @@ namespace {
 
 using KIND = AcceptResult::KIND;
 
-constexpr LiteralId UNCATEGORIZED{"net.talvo.assetcategory.uncategorized"};
 constexpr LiteralId EXISTING_NODES{"net.talvo.nodecategory.existingnodes"};
 constexpr LiteralId NODE_CONTEXT{"net.talvo.assettype.nodecontext"};
-constexpr LiteralId NODE_TEMPLATE{"net.talvo.node.assettype.nodetemplate"};
 constexpr LiteralId NODE_DESCRIPTION{"net.talvo.node.assettype.nodedescription"};
 constexpr LiteralId PRESET{"net.talvo.assettype.preset"};
 constexpr LiteralId MISSING_FILE{"net.talvo.asset.file.missingassets"};
@@ -141,7 +139,7 @@ Result<AcceptResult> Acceptance::AcceptInList(const AssetDescription& asset, con
 Result<Bool> Acceptance::IsOutOfPlace(const AssetDescription& asset, const Id& type, Id& category, const AssetFacts* facts) {
     const ListingTexts::Category& found = TRY_REF(_texts.GetCategory(GetCategory(asset, facts)));
     category = found.id;
-    if (category == UNCATEGORIZED) {
+    if (category == NODE_CATEGORY_UNCATEGORIZED) {
         if (type == ASSETTYPE_CATEGORY) return true;
         if (!_request.hasSmartSearch && NeedsCategory(type)) return true;
     }
@@ -166,7 +164,7 @@ Result<Bool> Acceptance::IsListed(const AssetDescription& asset, const Id& type,
         const Bool isHidden = TRY(ReadFlag(asset, COMMANDMETADATA::HIDDEN));
         if (isHidden && !_request.settings.showHiddenCommands) return false;
     }
-    if (type == NODE_TEMPLATE) return AssetBrowserInterface::IsNodeHidden(asset, _request.settings.nodeSystemClass);
+    if (type == ASSETTYPE_NODETEMPLATE) return AssetBrowserInterface::IsNodeHidden(asset, _request.settings.nodeSystemClass);
     if (type == NODE_DESCRIPTION && !g_allowNodeDescriptionAsset2024.Get()) return false;
     return facts ? Result<Bool>(!facts->isHidden) : IsVisible(asset);
 }
@@ -186,9 +184,9 @@ Result<AcceptResult> Acceptance::AcceptInTree(const AssetDescription& asset, Boo
     }
     if (type == ASSETTYPE_KEYWORD) {
         const ListingTexts::Category& category = TRY_REF(_texts.GetCategory(GetCategory(asset, facts)));
-        return Answer(category.id != UNCATEGORIZED);
+        return Answer(category.id != NODE_CATEGORY_UNCATEGORIZED);
     }
-    if (type == NODE_TEMPLATE) {
+    if (type == ASSETTYPE_NODETEMPLATE) {
         const Bool isListed = TRY(AssetBrowserInterface::IsNodeHidden(asset, _request.settings.nodeSystemClass));
         if (!isListed) return Answer(false);
     }
@@ -202,8 +200,7 @@ Result<AcceptResult> Acceptance::AcceptCategory(const AssetDescription& asset, B
     const Id& aid = asset->GetIdAndVersion().first;
     if (aid == CATEGORY_WATCHFOLDERS) return Answer(asParent);
     if (aid == UNUSED_CATEGORY && IsReducedApplication()) return Answer(false);
-    const Bool isTied = TRY(IsTiedToOtherContent(aid));
-    if (isTied || aid == EXISTING_NODES) return Answer(false);
+    if (IsTiedToOtherContent(aid) || aid == EXISTING_NODES) return Answer(false);
     const Bool hasDelegate = _request.IsNarrowed() && !_request.categoryOnly;
     if (asParent) return Answer(true);
     if (!hasDelegate) {
@@ -216,7 +213,7 @@ Result<AcceptResult> Acceptance::AcceptCategory(const AssetDescription& asset, B
 }
 
 /// Whether the filter asks for content that never lies in this category.
-Result<Bool> Acceptance::IsTiedToOtherContent(const Id& aid) const {
+Bool Acceptance::IsTiedToOtherContent(const Id& aid) const {
     if (!_expression) return false;
     const FilterTypeFlags& flags = _expression->GetTypeFlags();
     return (aid == NODES_CATEGORY && flags.hasNodeTemplate) ||
@@ -224,13 +221,9 @@ Result<Bool> Acceptance::IsTiedToOtherContent(const Id& aid) const {
            (aid == CATEGORY_PRESETS && flags.hasPreset) || (aid == MODELS_CATEGORY && flags.hasModel);
 }
 
-Result<Bool> Acceptance::DependsOnMissing(const AssetDescription& asset) {
-    std::unordered_set<std::string> seen;
-    return DependsOnMissing(asset, seen);
-}
-
 /// Whether what the asset needs, directly or not, leads to the stand-in for what is missing.
-Result<Bool> Acceptance::DependsOnMissing(const AssetDescription& asset, std::unordered_set<std::string>& seen) {
+Result<Bool> Acceptance::DependsOnMissing(const AssetDescription& asset) {
+    HashSet<Id> seen;
     std::vector<AssetDescription> open = {asset};
     while (!open.empty()) {
         const AssetDescription next = std::move(open.back());
@@ -240,7 +233,8 @@ Result<Bool> Acceptance::DependsOnMissing(const AssetDescription& asset, std::un
         for (const AssetDependencyStruct& dependency : *dependencies) {
             const Id& aid = dependency.assetIdAndVersion.first;
             if (aid == MISSING_FILE) return true;
-            if (aid.IsEmpty() || !seen.insert(std::string(aid.GetView())).second) continue;
+            const Bool isNew = TRY(seen.Insert(aid));
+            if (aid.IsEmpty() || !isNew) continue;
             const AssetDescription found =
                 TRY(_request.lookupRepository->FindLatestAsset(dependency.assetTypeId, aid, Id(), ASSET_FIND_MODE::LATEST));
             if (found) open.push_back(found);

@@ -5,8 +5,6 @@
 #include "asset_browser/listing_texts.h"
 #include "browser_filter/filter_expression.h"
 
-#include <unordered_set>
-
 namespace talvo {
 
 /// What becomes of an asset.
@@ -41,10 +39,9 @@ private:
     Result<Bool> IsListed(const AssetDescription& asset, const Id& type, const Id& aid, const Id& category,
                           const AssetFacts* facts);
     Result<Bool> IsOutOfPlace(const AssetDescription& asset, const Id& type, Id& category, const AssetFacts* facts);
-    Result<Bool> IsTiedToOtherContent(const Id& aid) const;
+    Bool IsTiedToOtherContent(const Id& aid) const;
     Result<Bool> IsFilteredOut(const AssetDescription& asset, String& matchText, const AssetFacts* facts);
     Result<Bool> DependsOnMissing(const AssetDescription& asset);
-    Result<Bool> DependsOnMissing(const AssetDescription& asset, std::unordered_set<std::string>& seen);
 
     const ListingRequest& _request;
     ListingTexts& _texts;

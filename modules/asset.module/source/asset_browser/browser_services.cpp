@@ -5,6 +5,25 @@
 
 namespace talvo {
 
+namespace {
+
+class RepositoryGraphModel final : public NodesGraphModelInterface {
+public:
+    explicit RepositoryGraphModel(AssetRepositoryRef repository) : _repository(std::move(repository)) {}
+    AssetRepositoryRef GetLookupRepository() const override { return _repository; }
+    NodeSystemClassRef GetNodeSystemClass() const override { return nullptr; }
+
+private:
+    const AssetRepositoryRef _repository;
+};
+
+}  // namespace
+
+Result<NodesGraphModelRef> CreateRepositoryGraphModel(const AssetRepositoryRef& repository) {
+    return CatchOutOfMemory(
+        [&]() -> Result<NodesGraphModelRef> { return NodesGraphModelRef(StrongRef<RepositoryGraphModel>::Create(repository)); });
+}
+
 Result<Bool> AssetBrowserInterface::IsNodeHidden(const AssetDescription& asset, const NodeSystemClassRef& cls) {
     return CatchOutOfMemory([&]() -> Result<Bool> {
         if (!asset) return NullptrError::Create("There is no node to ask about.");

@@ -6,6 +6,7 @@
 #include "asset_browser/row_delivery.h"
 #include "asset_browser/tree_rows.h"
 #include "kernel/app/log.h"
+#include "kernel/thread/job.h"
 
 namespace talvo {
 
@@ -109,14 +110,26 @@ private:
         const auto add = [&](const AssetDescription& asset, AcceptResult accepted, const AssetFacts* facts) -> Result<void> {
             return builder.Add(asset, std::move(accepted.matchText), facts);
         };
-        TRY(WalkAssets(request, acceptance, snapshot, add));
+        const Result<void> walked = WalkAssets(request, acceptance, snapshot, add);
         std::vector<BrowserRow> groups = builder.TakeGroups();
+        const Result<void> delivered = walked.IsOk() ? DeliverGroups(request, groups, host) : walked;
+        LetGo(std::move(groups));
+        return delivered;
+    }
+
+    static Result<void> DeliverGroups(const ListingRequest& request, std::vector<BrowserRow>& groups, HostCalls& host) {
         TRY(host.BeginRows());
         RowConfig top = MakeRowConfig(request.options);
         const Bool isAscending =
             request.options.groupBy == ASSET_GROUP_BY::CATEGORY || request.options.groupBy == ASSET_GROUP_BY::TYPE;
         top.sortOrder = isAscending ? 1 : 2;
         return RowDelivery(request, host).Deliver(groups, top, nullptr);
+    }
+
+    /// To give back the memory of very many rows takes a while, and whoever types on waits for the end of this update.
+    static void LetGo(std::vector<BrowserRow> groups) {
+        auto hold = [rows = std::make_shared<std::vector<BrowserRow>>(std::move(groups))]() -> Result<void> { return OK; };
+        JobQueue::GetDefaultQueue().Enqueue(std::move(hold)).Ignore("they go here then");
     }
 
     void SetSearchStrings(BaseArray<String> strings) {

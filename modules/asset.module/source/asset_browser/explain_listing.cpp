@@ -33,9 +33,8 @@ Result<ListingExplanation> ExplainListing(const AssetDescription& asset, const F
     return CatchOutOfMemory([&]() -> Result<ListingExplanation> {
         if (!asset || !lookupRepository) return NullptrError::Create("There is no asset or no repository to explain.");
         BrowserSettings settings;
-        settings.filter = {pieces.masterFilter, pieces.groupFilter,     pieces.sortFilter,
-                           pieces.filterString, pieces.localFilterMode, false};
-        settings.filter.localFilterMode = false;
+        // Without a place to look in, the place doesn't decide.
+        settings.filter = {pieces.masterFilter, pieces.groupFilter, pieces.sortFilter, pieces.filterString, false, false};
         const ListingRequest request =
             TRY(ListingRequest::Create(ASSET_BROWSE_MODE::ASSET_LIST, std::move(settings), lookupRepository));
         ListingExplanation explanation;

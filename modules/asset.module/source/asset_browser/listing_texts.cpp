@@ -10,7 +10,6 @@ namespace talvo {
 
 namespace {
 
-constexpr LiteralId UNCATEGORIZED{"net.talvo.assetcategory.uncategorized"};
 constexpr const char* PATH_SEPARATOR = " > ";
 constexpr const char* PART_SEPARATOR = " - ";
 }  // namespace
@@ -43,9 +42,9 @@ Result<ListingTexts::Category> ListingTexts::FindCategory(const Id& id) const {
         category.asset = TRY(_lookupRepository->FindLatestAsset(ASSETTYPE_CATEGORY, id, Id(), ASSET_FIND_MODE::LATEST));
     }
     if (!category.asset) {
-        category.id = UNCATEGORIZED;
-        category.asset =
-            TRY(_lookupRepository->FindLatestAsset(ASSETTYPE_CATEGORY, UNCATEGORIZED, Id(), ASSET_FIND_MODE::LATEST));
+        category.id = NODE_CATEGORY_UNCATEGORIZED;
+        category.asset = TRY(
+            _lookupRepository->FindLatestAsset(ASSETTYPE_CATEGORY, NODE_CATEGORY_UNCATEGORIZED, Id(), ASSET_FIND_MODE::LATEST));
     }
     if (!category.asset) return category;
     const InternedId name(OBJECT_BASE_NAME);

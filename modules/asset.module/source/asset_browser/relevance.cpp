@@ -36,7 +36,6 @@ constexpr LiteralId SPECIAL_PRESETS[] = {"net.talvo.assettype.preset.sketch",   
                                          "net.talvo.assettype.preset.colorswatch"};
 constexpr LiteralId DEFAULTS_PRESET{"net.talvo.assettype.preset.defaults"};
 constexpr std::string_view PRESET_TYPE_PREFIX = "net.talvo.assettype.preset.";
-constexpr LiteralId NODE_TEMPLATE{"net.talvo.node.assettype.nodetemplate"};
 
 // The plug-in types, as hosts number them, whose presets of defaults belong to a context.
 constexpr Int32 OBJECT_PLUGIN_TYPES[] = {5, 6};
@@ -64,7 +63,8 @@ const ContextRanks* FindRanks(const Relevance::Source& source) {
     }
     if (source.type.GetView().starts_with(PRESET_TYPE_PREFIX))
         return IsSpecialPreset(source.type) ? &SPECIAL_PRESET_RANKS : &PRESET_RANKS;
-    if (source.type == NODE_TEMPLATE) return source.subtype == ASSETSUBTYPE::NODE_OPERATOR ? &OPERATOR_RANKS : &TEMPLATE_RANKS;
+    if (source.type == ASSETTYPE_NODETEMPLATE)
+        return source.subtype == ASSETSUBTYPE::NODE_OPERATOR ? &OPERATOR_RANKS : &TEMPLATE_RANKS;
     return nullptr;
 }
 
@@ -181,7 +181,8 @@ Result<Int64> Relevance::GetRank(const Source& source) const {
     if (context >= SCENE_RANKS.size()) return UNRANKED;
     if (source.type == ASSETTYPE_COMMAND) return GetCommandRank(source);
     if (source.type == DEFAULTS_PRESET && _context <= ASSET_CONTEXT::MESH) return GetDefaultsRank(source);
-    if (source.type == NODE_TEMPLATE && SCENE_NODE_RANKS[context] != 0 && NodeLibrary::IsMorvaneObjectAsset(source.asset))
+    if (source.type == ASSETTYPE_NODETEMPLATE && SCENE_NODE_RANKS[context] != 0 &&
+        NodeLibrary::IsMorvaneObjectAsset(source.asset))
         return SCENE_NODE_RANKS[context];
     const ContextRanks* ranks = FindRanks(source);
     return ranks ? (*ranks)[context] : UNRANKED;

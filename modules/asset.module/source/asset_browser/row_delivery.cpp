@@ -10,7 +10,6 @@ namespace talvo {
 
 namespace {
 
-constexpr LiteralId NODE_TEMPLATE{"net.talvo.node.assettype.nodetemplate"};
 constexpr const char* MORE_ROWS = "...";
 
 /// In their order rows lie far from each other, and so do their assets: both are brought into the caches in time.
@@ -70,9 +69,9 @@ private:
     static KIND GetKind(const BrowserRow& row) {
         if (!row.asset) return KIND::NONE;
         const Id& type = row.asset->GetTypeId();
-        if (type != NODE_TEMPLATE && type != ASSETTYPE_COMMAND) return KIND::NONE;
+        if (type != ASSETTYPE_NODETEMPLATE && type != ASSETTYPE_COMMAND) return KIND::NONE;
         const Id subtype = row.asset->GetMetaData().Get<Id>(ASSETMETADATA::SUBTYPE).GetValueOr(Opt<Id>()).value_or(Id());
-        if (type == NODE_TEMPLATE) return subtype == ASSETSUBTYPE::NODE_OPERATOR ? KIND::NODE : KIND::NONE;
+        if (type == ASSETTYPE_NODETEMPLATE) return subtype == ASSETSUBTYPE::NODE_OPERATOR ? KIND::NODE : KIND::NONE;
         const Bool isObject =
             subtype == COMMANDTYPE::PRIMITIVE || subtype == COMMANDTYPE::DEFORMER || subtype == COMMANDTYPE::FIELD;
         return isObject ? KIND::COMMAND : KIND::NONE;

@@ -1,6 +1,7 @@
 #include "asset_browser/row_groups.h"
 
 #include "category_asset.h"
+#include "node_library.h"
 #include "subtype_asset.h"
 
 namespace talvo {
@@ -27,7 +28,7 @@ Bool IsRelevantItem(ASSET_RELEVANT_ITEMS relevantItems, const Id& type, const Id
         case ASSET_RELEVANT_ITEMS::OBJECTS: return subtype == ASSETSUBTYPE::OBJECT;
         case ASSET_RELEVANT_ITEMS::MATERIALS: return subtype == ASSETSUBTYPE::MATERIAL;
         case ASSET_RELEVANT_ITEMS::MEDIA: return subtype == ASSETSUBTYPE::MEDIAIMAGE || subtype == ASSETSUBTYPE::MEDIAMOVIE;
-        case ASSET_RELEVANT_ITEMS::NODES: return type == "net.talvo.node.assettype.nodetemplate"_id;
+        case ASSET_RELEVANT_ITEMS::NODES: return type == ASSETTYPE_NODETEMPLATE;
         case ASSET_RELEVANT_ITEMS::SCENENODES: return subtype == ASSETSUBTYPE::NODE_OPERATOR;
         case ASSET_RELEVANT_ITEMS::SCENES: return subtype == ASSETSUBTYPE::SCENE;
         case ASSET_RELEVANT_ITEMS::PRESETS: return subtype.GetView().starts_with(ASSETSUBTYPE::PRESET_PREFIX.GetView());

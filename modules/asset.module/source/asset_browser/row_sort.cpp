@@ -64,38 +64,66 @@ Bool ComesBefore(const BrowserRow& first, const BrowserRow& second, ASSET_FIRST_
     return order * direction < 0;
 }
 
+/// The rows in the order of their ranks, equal ones sorted by `less`; nothing if not each row has one. Errors: OperationCancelledError.
+template <typename LESS>
+Result<Opt<std::vector<UInt32>>> OrderByRank(const std::vector<BrowserRow>& rows, Bool isAscending, LESS&& less) {
+    std::vector<RankedRow> ranked(rows.size());
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const BrowserRow& row = rows[i];
+        if (row.keys != BrowserRow::KEYS::NAME || row.rank == 0) return Opt<std::vector<UInt32>>();
+        ranked[i] = {isAscending ? row.rank : ~row.rank, UInt32(i)};
+    }
+    TRY(SortByRank(ranked));
+    std::vector<UInt32> order(rows.size());
+    for (std::size_t begin = 0, end = 0; begin < ranked.size(); begin = end) {
+        for (; end < ranked.size() && ranked[end].rank == ranked[begin].rank; ++end) order[end] = ranked[end].row;
+        if (end - begin == 1) continue;
+        TRY(CheckGoesOn());
+        std::sort(order.begin() + Int(begin), order.begin() + Int(end), less);
+    }
+    return Opt<std::vector<UInt32>>(std::move(order));
+}
+
+/// The same by the keys of their texts.
+template <typename LESS>
+Result<std::vector<UInt32>> OrderByKeys(const std::vector<BrowserRow>& rows, const TextOrder& keys, Bool isAscending,
+                                        LESS&& less) {
+    const Bool hasHeads =
+        std::all_of(rows.begin(), rows.end(), [](const BrowserRow& row) { return row.keys == BrowserRow::KEYS::NAME; });
+    std::vector<OrderItem> items(rows.size());
+    for (std::size_t i = 0; i < rows.size(); ++i) items[i] = {hasHeads ? keys.GetHead(i) : 0, UInt32(i)};
+    TRY(SortInRuns(items, [&](const OrderItem& first, const OrderItem& second) {
+        if (first.head != second.head) return (first.head < second.head) == isAscending;
+        return less(first.row, second.row);
+    }));
+    std::vector<UInt32> order(rows.size());
+    std::transform(items.begin(), items.end(), order.begin(), [](const OrderItem& item) { return item.row; });
+    return order;
+}
+
 }  // namespace
 
 Result<std::vector<UInt32>> OrderRows(const std::vector<BrowserRow>& rows, const RowConfig& config) {
     TRY(CheckGoesOn());
     const Bool isByRelevance = config.sortBy == ASSET_SORT_BY::RELEVANCE && !rows.empty() && !rows.front().isGroup;
     const Bool isAscending = config.sortOrder == 1 || isByRelevance;
-    const Bool isSorted = rows.size() > 1 && (isAscending || config.sortOrder == 2);
     return CatchOutOfMemory([&]() -> Result<std::vector<UInt32>> {
-        std::vector<UInt32> order(rows.size());
-        std::iota(order.begin(), order.end(), UInt32(0));
-        if (!isSorted) return order;
-        const auto isNamed = [](const BrowserRow& row) { return row.keys == BrowserRow::KEYS::NAME; };
-        const auto isRanked = [&](const BrowserRow& row) { return isNamed(row) && row.rank != 0; };
-        const Bool hasRanks = std::all_of(rows.begin(), rows.end(), isRanked);
-        const Bool hasHeads = !hasRanks && std::all_of(rows.begin(), rows.end(), isNamed);
+        if (rows.size() < 2 || (!isAscending && config.sortOrder != 2)) {
+            std::vector<UInt32> order(rows.size());
+            std::iota(order.begin(), order.end(), UInt32(0));
+            return order;
+        }
         TextOrder keys;
-        if (!hasRanks) {
-            for (const BrowserRow& row : rows)
-                TRY(keys.Add(row.keys == BrowserRow::KEYS::RELEVANCE ? String() : GetSortText(row)));
-        }
-        std::vector<OrderItem> items(rows.size());
-        for (std::size_t i = 0; i < rows.size(); ++i) {
-            const UInt head = hasRanks ? rows[i].rank : hasHeads ? keys.GetHead(i) : 0;
-            items[i] = {head, UInt32(i)};
-        }
-        TRY(SortInRuns(items, [&](const OrderItem& first, const OrderItem& second) {
-            if (first.head != second.head) return (first.head < second.head) == isAscending;
-            return ComesBefore(rows[first.row], rows[second.row], config.firstItems, !isAscending,
-                               [&] { return hasRanks ? 0 : keys.Compare(first.row, second.row); });
-        }));
-        std::transform(items.begin(), items.end(), order.begin(), [](const OrderItem& item) { return item.row; });
-        return order;
+        Bool hasKeys = false;
+        const auto less = [&](UInt32 first, UInt32 second) {
+            return ComesBefore(rows[first], rows[second], config.firstItems, !isAscending,
+                               [&] { return hasKeys ? keys.Compare(first, second) : 0; });
+        };
+        Opt<std::vector<UInt32>> ranked = TRY(OrderByRank(rows, isAscending, less));
+        if (ranked) return std::move(*ranked);
+        for (const BrowserRow& row : rows) TRY(keys.Add(row.keys == BrowserRow::KEYS::RELEVANCE ? String() : GetSortText(row)));
+        hasKeys = true;
+        return OrderByKeys(rows, keys, isAscending, less);
     });
 }
 

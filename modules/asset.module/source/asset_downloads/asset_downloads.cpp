@@ -1,12 +1,12 @@
 #include "asset_downloads.h"
 
 #include "kernel/io/connection.h"
+#include "node_library.h"
 
 namespace talvo {
 
 namespace {
 
-constexpr LiteralId NODE_TEMPLATE{"net.talvo.node.assettype.nodetemplate"};
 constexpr Int64 UNKNOWN_SIZE = -1;
 
 }  // namespace
@@ -17,7 +17,7 @@ Bool AssetDownloads::IsAssetCached(const AssetDescription&) { return true; }
 Result<Int64> AssetDownloads::GetAssetFileSize(const AssetDescription& ad) {
     return CatchOutOfMemory([&]() -> Result<Int64> {
         if (!ad) return NullptrError::Create("There is no asset whose size could be told.");
-        if (ad->GetTypeId() != ASSETTYPE_FILE && ad->GetTypeId() != NODE_TEMPLATE) return UNKNOWN_SIZE;
+        if (ad->GetTypeId() != ASSETTYPE_FILE && ad->GetTypeId() != ASSETTYPE_NODETEMPLATE) return UNKNOWN_SIZE;
         const Opt<Int64> stored = TRY(ad->GetMetaData().Get<Int64>(ASSETMETADATA::SIZE));
         if (stored && *stored != UNKNOWN_SIZE) return *stored;
         const Result<const Url&> url = ad->GetUrl();

@@ -17,7 +17,7 @@ struct TypeName {
 };
 constexpr TypeName TYPE_NAMES[] = {
     {ASSETTYPE_CATEGORY, "#$01", "assettypecategory"},
-    {"net.talvo.node.assettype.nodetemplate"_id, "#$05", "assettypenode"},
+    {ASSETTYPE_NODETEMPLATE, "#$05", "assettypenode"},
     {"net.talvo.node.assettype.nodedescription"_id, "#$05", "assettypenodedescription"},
     {"net.talvo.assettype.preset.defaults.node"_id, "#$05", "assettypenodedefaultspreset"},
     {ASSETTYPE_FILE, "#$07", "assettypefile"},

@@ -16,7 +16,6 @@ namespace {
 
 constexpr LiteralId ANNOTATIONS{"net.talvo.object.base.annotations"};
 constexpr LiteralId PROXY{"net.talvo.assetmetadata.proxygeometry"};
-constexpr LiteralId NODE_TEMPLATE{"net.talvo.node.assettype.nodetemplate"};
 constexpr std::string_view PROPERTIES_PREFIX = "net.talvo.asset.metaproperties.";
 constexpr const char* DAY_FORM = "%Y-%m-%d";
 
@@ -105,7 +104,7 @@ Result<ConditionMatch> AssetEvaluation::TestType(const FilterCondition& conditio
     Note("subtype", subtype ? String::FromId(*subtype) : String());
     if (subtype && FindAlternative(condition, [&](const String& value) { return MatchId(subtype->GetView(), value); }))
         return Met();
-    const Bool isObject = type == NODE_TEMPLATE && NodeLibrary::IsMorvaneObjectAsset(_asset);
+    const Bool isObject = type == ASSETTYPE_NODETEMPLATE && NodeLibrary::IsMorvaneObjectAsset(_asset);
     return isObject && FindAlternative(condition, [](const String& value) { return value.GetView() == "NODE_OM"; }) ? Met()
                                                                                                                     : NOT_MET;
 }

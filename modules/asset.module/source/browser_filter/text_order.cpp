@@ -2,7 +2,31 @@
 
 #include "kernel/text/casing.h"
 
+#include <array>
+#include <numeric>
+
 namespace talvo {
+
+Result<void> SortByRank(std::vector<RankedRow>& rows) {
+    constexpr int DIGIT_BITS = 11, DIGITS = 3;
+    constexpr UInt32 MASK = (1 << DIGIT_BITS) - 1;
+    const auto getDigit = [](const RankedRow& row, int digit) { return row.rank >> digit * DIGIT_BITS & MASK; };
+    std::array<std::array<UInt32, MASK + 1>, DIGITS> places{};
+    for (const RankedRow& row : rows) {
+        for (int digit = 0; digit < DIGITS; ++digit) ++places[std::size_t(digit)][getDigit(row, digit)];
+    }
+    std::vector<RankedRow> sorted(rows.size());
+    for (int digit = 0; digit < DIGITS; ++digit) {
+        TRY(CheckGoesOn());
+        auto& place = places[std::size_t(digit)];
+        const Bool isSame = !rows.empty() && place[getDigit(rows[0], digit)] == rows.size();
+        if (isSame) continue;
+        std::exclusive_scan(place.begin(), place.end(), place.begin(), UInt32(0));
+        for (const RankedRow& row : rows) sorted[place[getDigit(row, digit)]++] = row;
+        rows.swap(sorted);
+    }
+    return OK;
+}
 
 Result<void> TextOrder::Add(const String& text) {
     if (_begins.size() % ROWS_OF_A_RUN == 0) TRY(CheckGoesOn());

@@ -45,6 +45,14 @@ Result<void> SortInRuns(std::vector<OrderItem>& items, LESS&& less) {
     return CheckGoesOn();
 }
 
+/// A row and its place among all; several may share one.
+struct RankedRow {
+    UInt32 rank;
+    UInt32 row;
+};
+/// Sorts by ranks alone, those of one rank in the order in which they came: counting, digit by digit. Errors: OperationCancelledError.
+Result<void> SortByRank(std::vector<RankedRow>& rows);
+
 /// The keys of numbered texts, side by side in one block of memory. Threads: as a plain value. Members throw std::bad_alloc.
 class TextOrder {
 public:

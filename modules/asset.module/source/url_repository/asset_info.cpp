@@ -1,6 +1,7 @@
 #include "url_repository/asset_info.h"
 
 #include "kernel/io/file_utilities.h"
+#include "node_library.h"
 #include "url_repository/tree_access.h"
 
 #include <algorithm>
@@ -13,7 +14,6 @@ namespace {
 constexpr Int64 MAX_ASSET_INFO_SIZE = Int64(2) * (Int64(Id::MAX_LENGTH) + 2);
 
 constexpr std::string_view OLD_NODE_TYPE = "net.talvo.node.assettype.nodefactory";
-constexpr LiteralId NODE_TYPE{"net.talvo.node.assettype.nodetemplate"};
 
 Bool HasControlCharacter(std::string_view text) {
     return std::any_of(text.begin(), text.end(), [](char c) { return UChar(c) < 0x20 || UChar(c) == 0x7f; });
@@ -29,7 +29,7 @@ Opt<Id> ParseIdLine(std::string_view line) {
 
 // An empty type is read, though none is written: the asset stays known.
 Opt<Id> ParseTypeLine(std::string_view line) {
-    if (line == OLD_NODE_TYPE) return Id(NODE_TYPE);
+    if (line == OLD_NODE_TYPE) return Id(ASSETTYPE_NODETEMPLATE);
     if (line.empty()) return Id();
     return ParseIdLine(line);
 }
