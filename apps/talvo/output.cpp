@@ -95,10 +95,14 @@ std::vector<std::string> Output::TakeQueuedWarnings() {
 void Output::PrintError(const ErrorRef& error) {
     if (!_options.json)
         return PrintLine(Paint("talvo: error:", RED, STDERR_FILENO) + " " + TerminalText::MakeSafe(error->GetMessage()));
+    PrintLine(JsonText::Write(ToJson(error)));
+}
+
+DocumentValue Output::ToJson(const ErrorRef& error) {
     DocumentValue::ObjectType object;
     object.emplace_back("error", std::string(error->GetClassId().GetView()));
     object.emplace_back("message", MakeUtf8(error->GetMessage()));
-    PrintLine(JsonText::Write(DocumentValue(std::move(object))));
+    return DocumentValue(std::move(object));
 }
 
 void Output::PrintWarning(std::string_view text) {

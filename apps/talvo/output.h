@@ -35,6 +35,8 @@ public:
 
     /// `talvo: error: MESSAGE`, or a JSON object, on standard error.
     void PrintError(const ErrorRef& error);
+    /// An error as programs read it.
+    static DocumentValue ToJson(const ErrorRef& error);
     void PrintWarning(std::string_view text);
     /// Keeps a warning until the main thread next writes to standard error or flushes. Threads: any.
     void QueueWarning(std::string text);

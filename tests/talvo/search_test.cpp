@@ -69,18 +69,20 @@ TEST_F(SearchTest, FiltersAreExplainedAndCommandsAreAssets) {
 TEST_F(SearchTest, FiltersAreReadInBatches) {
     _scratch.Write("filters",
                    "{\"filter\":\"size:<5\",\"smart\":\"oak\",\"local\":true,\"mode\":1}\n"
-                   "{\"group\":\"groupby:none\",\"sort\":\"sortby:size\",\"master\":\"x:1\",\"smart\":\"oak\"}\n"
-                   "{\"filter\":5}\n");
+                   "{\"filter\":5}\n"
+                   "{\"group\":\"groupby:none\",\"sort\":\"sortby:size\",\"master\":\"x:1\",\"smart\":\"oak\"}\n");
     const ProgramOutcome outcome = Run({"--json", "filter", "--batch"}, {.inputPath = _scratch / "filters"});
     EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_THAT(outcome.err, HasSubstr("Line 3 of the standard input"));
-    EXPECT_EQ(outcome.out,
-              "{\"options\":{\"groupBy\":1,\"sortBy\":1,\"sortOrder\":1,\"firstItems\":2,\"relevantItems\":0,\"context\":9,"
-              "\"showSubContent\":false,\"reverseOrder\":false,\"missingAssets\":false},\"conditions\":["
-              "{\"key\":null,\"values\":[\"OAK\"]},{\"key\":\"size\",\"values\":[\"<5\"]}]}\n"
-              "{\"options\":{\"groupBy\":7,\"sortBy\":6,\"sortOrder\":2,\"firstItems\":2,\"relevantItems\":0,\"context\":9,"
-              "\"showSubContent\":false,\"reverseOrder\":false,\"missingAssets\":false},\"conditions\":["
-              "{\"key\":\"undefined\",\"values\":[\"1\"]},{\"key\":null,\"values\":[\"OAK\"]}]}\n");
+    EXPECT_EQ(
+        outcome.out,
+        "{\"options\":{\"groupBy\":1,\"sortBy\":1,\"sortOrder\":1,\"firstItems\":2,\"relevantItems\":0,\"context\":9,"
+        "\"showSubContent\":false,\"reverseOrder\":false,\"missingAssets\":false},\"conditions\":["
+        "{\"key\":null,\"values\":[\"OAK\"]},{\"key\":\"size\",\"values\":[\"<5\"]}]}\n"
+        "{\"error\":\"net.talvo.error.fileformat\",\"message\":\"Line 2 of the standard input: an integer stands where a text "
+        "must stand.\"}\n"
+        "{\"options\":{\"groupBy\":7,\"sortBy\":6,\"sortOrder\":2,\"firstItems\":2,\"relevantItems\":0,\"context\":9,"
+        "\"showSubContent\":false,\"reverseOrder\":false,\"missingAssets\":false},\"conditions\":["
+        "{\"key\":\"undefined\",\"values\":[\"1\"]},{\"key\":null,\"values\":[\"OAK\"]}]}\n");
 }
 
 TEST_F(SearchTest, TheExampleOfAHostFindsTheSame) {

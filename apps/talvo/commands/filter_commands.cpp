@@ -119,18 +119,23 @@ public:
 
 private:
     static Result<EXIT_CODE> RunBatch(Output& output) {
+        EXIT_CODE code = EXIT_CODE::DONE;
         Int number = 0;
         for (std::string line; std::getline(std::cin, line);) {
             ++number;
             const Result<FilterReading> reading = ReadLine(line);
-            if (reading.IsError())
-                return FileFormatError::Create(
-                    FormatMessage("Line @ of the standard input: @", number, reading.GetError()->GetMessage()));
-            TRY(output.WriteJson(ToJson(reading.GetValue())));
+            if (reading.IsOk()) {
+                TRY(output.WriteJson(ToJson(reading.GetValue())));
+            } else {
+                // Each line has its answer, so that those behind it stay in step.
+                code = EXIT_CODE::FAILED;
+                TRY(output.WriteJson(Output::ToJson(FileFormatError::Create(
+                    FormatMessage("Line @ of the standard input: @", number, reading.GetError()->GetMessage())))));
+            }
             // Whoever asks may wait for the answer before the next question.
             TRY(output.Flush());
         }
-        return EXIT_CODE::DONE;
+        return code;
     }
 
     Opt<std::string> _text, _mode, _master, _group, _sort, _smart;
