@@ -194,7 +194,7 @@ public:
     Result<BaseArray<AssetUpdateRecord>> GetPendingUpdates(Bool reset) override;
     Result<void> Update(Block<const AssetUpdateRecord> updates) override;
 
-    /// What is stored of an asset; nothing if it has to be loaded.
+    /// What is stored of an asset; nothing if it has to be loaded. Ids and what values point to live as long as the repository.
     using OutlineReceiver = FunctionRef<Result<void>(const Id& aid, const Id& type, Opt<Block<const StoredValue>> values)>;
     /// Tells of each asset of this repository, bases apart, the values of `keys`, in the order in which they were entered. Called with no lock held.
     /// Errors: the receiver's and the backend's; OperationCancelledError.

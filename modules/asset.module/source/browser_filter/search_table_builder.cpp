@@ -2,6 +2,7 @@
 
 #include "asset_presentation.h"
 #include "asset_types/meta_strings.h"
+#include "browser_filter/outline_pipe.h"
 #include "category_asset.h"
 #include "kernel/data/document_binary.h"
 #include "kernel/description/stored_texts.h"
@@ -125,7 +126,7 @@ Result<void> SearchTableBuilder::AddOutlines(BaseAssetRepository& repository, co
     const std::size_t before = _toLoad.size();
     // What the built-in repository doesn't store is computed.
     const Bool computes = &repository == AssetInterface::GetBuiltinRepository().GetPointer();
-    TRY(repository.ReadOutlines(_keys, [&](const Id& aid, const Id& type, Opt<Block<const StoredValue>> values) -> Result<void> {
+    const auto add = [&](const Id& aid, const Id& type, Opt<Block<const StoredValue>> values) -> Result<void> {
         // Of several repositories that have an asset the newest version counts.
         const Bool isHereOnly =
             values && !computes && std::none_of(others.begin(), others.end(), [&](BaseAssetRepository* other) {
@@ -134,7 +135,11 @@ Result<void> SearchTableBuilder::AddOutlines(BaseAssetRepository& repository, co
         const Bool isAdded = isHereOnly && TRY(AddOutline(aid, type, *values));
         if (!isAdded) _toLoad.push_back(aid);
         return OK;
-    }));
+    };
+    OutlinePipe pipe(_keys.size(), add);
+    TRY(repository.ReadOutlines(
+        _keys, [&](const Id& aid, const Id& type, Opt<Block<const StoredValue>> values) { return pipe.Put(aid, type, values); }));
+    TRY(pipe.Finish());
     if (_toLoad.size() - before < MANY_TO_LOAD) return OK;
     const auto mode = ASSET_FIND_MODE::LATEST | ASSET_FIND_MODE::WITHOUT_BASES | ASSET_FIND_MODE::CANCELLABLE;
     TRY(repository.FindAssets({}, Id(), Id(), mode, [](const AssetFindItem&) -> Result<Bool> { return true; }));
