@@ -44,11 +44,13 @@ protected:
     AssetDescription StoreFile(const char* aid, const char* name, const char* category, const char* subtype);
     void Set(const AssetDescription& asset, const Id& key, Data value, KIND kind = KIND::PERSISTENT);
     AssetBrowserRef MakeBrowser(ASSET_BROWSE_MODE mode);
-    /// The rows of one search with a new browser.
-    std::vector<std::string> Search(const char* text, ASSET_BROWSE_MODE mode = ASSET_BROWSE_MODE::ASSET_LIST);
+    /// The rows of one search with a new browser, with `parent` of what lies in that category only.
+    std::vector<std::string> Search(const char* text, ASSET_BROWSE_MODE mode = ASSET_BROWSE_MODE::ASSET_LIST,
+                                    const Id& parent = Id());
     /// The same by a walk over all assets: a browser that leaves a repository out, be it one that isn't there, does without tables.
-    std::vector<std::string> Walk(const char* text, ASSET_BROWSE_MODE mode);
-    std::vector<std::string> Search(const AssetBrowserRef& browser, const char* text);
+    std::vector<std::string> Walk(const char* text, ASSET_BROWSE_MODE mode, const Id& parent = Id());
+    /// @param parent only what lies in this category; null: everything.
+    std::vector<std::string> Search(const AssetBrowserRef& browser, const char* text, const Id& parent);
 
     ScratchDirectory _scratch;
     BaseAssetRepositoryRef _repository;

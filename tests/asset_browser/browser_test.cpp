@@ -63,21 +63,26 @@ AssetBrowserRef BrowserFixture::MakeBrowser(ASSET_BROWSE_MODE mode) {
     return browser;
 }
 
-Rows BrowserFixture::Search(const char* text, ASSET_BROWSE_MODE mode) { return Search(MakeBrowser(mode), text); }
+Rows BrowserFixture::Search(const char* text, ASSET_BROWSE_MODE mode, const Id& parent) {
+    return Search(MakeBrowser(mode), text, parent);
+}
 
-Rows BrowserFixture::Walk(const char* text, ASSET_BROWSE_MODE mode) {
+Rows BrowserFixture::Walk(const char* text, ASSET_BROWSE_MODE mode, const Id& parent) {
     const AssetBrowserRef browser = MakeBrowser(mode);
     HashSet<Id> leftOut;
     Need(leftOut.Insert("nobody"_id));
     Need(browser->SetDatabaseMasterfilter(leftOut));
-    return Search(browser, text);
+    return Search(browser, text, parent);
 }
 
-Rows BrowserFixture::Search(const AssetBrowserRef& browser, const char* text) {
+Rows BrowserFixture::Search(const AssetBrowserRef& browser, const char* text, const Id& parent) {
     _host.rows.clear();
     _host.stages.clear();
     browser->DoFiltering(String(" "), String(), String(), String(), false, false);
-    browser->DoFilteringPreScan(String(), String(), String(), String(text), false, false);
+    HashSet<Id> parents;
+    if (parent.IsPopulated()) Need(parents.Insert(parent));
+    Need(browser->SetParentSelection(parents, {}));
+    browser->DoFilteringPreScan(String(), String(), String(), String(text), parent.IsPopulated(), false);
     return _host.rows;
 }
 
@@ -228,6 +233,11 @@ TEST_F(Browser, ATableListsWhatAWalkLists) {
                            "size:>3",
                            "keywordcount:1",
                            "unknown:x",
+                           "keywordid:wood",
+                           "keywordid:<1",
+                           "keywordcount:<1",
+                           "favorite:no",
+                           "assetid:asset1",
                            "round"};
     const char* groups[] = {
         "groupby:category", "groupby:none", "groupby:type", "groupby:usedate", "sortby:relevance", "reverseorder:yes", ""};
@@ -240,8 +250,9 @@ TEST_F(Browser, ATableListsWhatAWalkLists) {
             std::string text = groups[dice() % std::size(groups)];
             for (std::size_t k = dice() % 3; k > 0; --k) text += std::string(" ") + terms[dice() % std::size(terms)];
             const auto mode = dice() % 6 == 0 ? ASSET_BROWSE_MODE::CATEGORY_TREE : ASSET_BROWSE_MODE::ASSET_LIST;
-            const Rows found = Search(text.c_str(), mode);
-            EXPECT_EQ(found, Walk(text.c_str(), mode)) << text;
+            const Id parent = MakeId(pick({"", "", "chairs", "furniture", "net.talvo.assetcategory.uncategorized"}));
+            const Rows found = Search(text.c_str(), mode, parent);
+            EXPECT_EQ(found, Walk(text.c_str(), mode, parent)) << text << " in " << parent.GetView();
         }
     }
 }

@@ -135,6 +135,16 @@ Result<AcceptResult> Acceptance::AcceptInList(const AssetDescription& asset, con
     return accepted;
 }
 
+Result<Bool> Acceptance::IsSelectedCategory(const Id& category) {
+    const ListingTexts::Category& found = TRY_REF(_texts.GetCategory(category));
+    return _parents.Contains(found.id);
+}
+
+Bool Acceptance::IsContent(const Id& type) {
+    return type != ASSETTYPE_CATEGORY && type != ASSETTYPE_SMARTSEARCH && type != ASSETTYPE_KEYWORD &&
+           type != ASSETTYPE_NODETEMPLATE;
+}
+
 /// @param category gets the category that counts.
 Result<Bool> Acceptance::IsOutOfPlace(const AssetDescription& asset, const Id& type, Id& category, const AssetFacts* facts) {
     const ListingTexts::Category& found = TRY_REF(_texts.GetCategory(GetCategory(asset, facts)));

@@ -28,6 +28,10 @@ public:
     Result<void> PrepareParents();
     /// @param facts what is known of the asset; null: it is read. Errors: those of reading metadata; the asset is then passed over.
     Result<AcceptResult> Accept(const AssetDescription& asset, Bool asParent, const AssetFacts* facts = nullptr);
+    /// Whether what lies in this category lies in a selected one, or below one if that counts. Errors: those of the lookup.
+    Result<Bool> IsSelectedCategory(const Id& category);
+    /// Whether an asset of this type has no row of its own in a tree, and is judged by nothing but the filter there.
+    static Bool IsContent(const Id& type);
     const FilterExpressionRef& GetExpression() const { return _expression; }
     FilterCaches& GetCaches() const { return _caches; }
 

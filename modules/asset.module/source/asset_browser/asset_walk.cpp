@@ -27,10 +27,8 @@ public:
     }
 
     Result<void> RunOver(const SearchTable& table, const HashSet<Id>& changed) {
-        // Rows of a tree need not meet the filter themselves.
-        const Bool isList = _request.mode == ASSET_BROWSE_MODE::ASSET_LIST && _acceptance.GetExpression();
-        const Candidates candidates = isList ? TRY(table.FindCandidates(*_acceptance.GetExpression(), _acceptance.GetCaches()))
-                                             : Candidates(table.GetCount(), true);
+        const Candidates candidates = TRY(FindCandidates(table));
+        _hasContent.assign(table.GetIdCount(), false);
         const std::vector<UInt32> numbers = candidates.List();
         for (std::size_t i = 0; i < numbers.size(); ++i) {
             if (++_count % ASSETS_BETWEEN_LOOKS == 0 && Job::IsCurrentCancelled()) return OperationCancelledError::Create();
@@ -47,17 +45,33 @@ public:
     }
 
 private:
+    Result<Candidates> FindCandidates(const SearchTable& table) const {
+        const FilterExpressionRef& expression = _acceptance.GetExpression();
+        Candidates candidates(table.GetCount(), true);
+        if (_request.mode != ASSET_BROWSE_MODE::ASSET_LIST) return candidates;
+        if (_request.restrictToParents)
+            candidates = TRY(table.FindByCategory([&](const Id& category) { return _acceptance.IsSelectedCategory(category); }));
+        if (expression) candidates.Intersect(TRY(table.FindCandidates(*expression, _acceptance.GetCaches())));
+        return candidates;
+    }
+
     Result<void> VisitRow(const SearchTable& table, std::size_t number) {
         if (!HasWantedType(table.GetTypeId(number))) return OK;
         const Bool hasFacts = table.HasFacts(number);
         if (hasFacts && !IsShown(table.IsValid(number))) return OK;
+        // All that most assets do to a tree is to make their category appear, which one of them does as well as many.
+        const Bool isContent =
+            hasFacts && _request.mode == ASSET_BROWSE_MODE::CATEGORY_TREE && Acceptance::IsContent(table.GetTypeId(number));
+        if (isContent && _hasContent[table.GetCategoryNumber(number)]) return OK;
         const AssetDescription asset = TRY(table.GetAsset(number, _request.lookupRepository));
         if (!asset) return OK;
-        if (hasFacts) {
-            const AssetFacts facts = table.GetFacts(number);
-            return Decide(asset, &facts);
+        if (!hasFacts) {
+            TRY(Visit(asset));
+            return OK;
         }
-        TRY(Visit(asset));
+        const AssetFacts facts = table.GetFacts(number);
+        const Bool isListed = TRY(Decide(asset, &facts));
+        if (isContent && isListed) _hasContent[table.GetCategoryNumber(number)] = true;
         return OK;
     }
 
@@ -66,10 +80,12 @@ private:
         return types.GetCount() == 0 || types.Contains(type);
     }
 
-    Result<void> Decide(const AssetDescription& asset, const AssetFacts* facts) {
+    /// @return whether it is listed.
+    Result<Bool> Decide(const AssetDescription& asset, const AssetFacts* facts) {
         Result<AcceptResult> accepted = _acceptance.Accept(asset, false, facts);
-        if (accepted.IsError() || accepted.GetValue().kind == AcceptResult::KIND::HIDDEN) return OK;
-        return _take(asset, std::move(accepted).GetValue(), facts);
+        if (accepted.IsError() || accepted.GetValue().kind == AcceptResult::KIND::HIDDEN) return false;
+        TRY(_take(asset, std::move(accepted).GetValue(), facts));
+        return true;
     }
 
     Bool IsFiltered(const Id& repositoryId) const {
@@ -113,6 +129,7 @@ private:
     Acceptance& _acceptance;
     const ListedReceiver _take;
     Int _count = 0;
+    std::vector<Bool> _hasContent;  // of a tree: categories, by their numbers in the table
 };
 
 }  // namespace

@@ -182,22 +182,29 @@ Result<ConditionMatch> AssetEvaluation::TestKeywordIds(const FilterCondition& co
     return NOT_MET;
 }
 
-/// An asset is in its category and in all above that.
-Result<ConditionMatch> AssetEvaluation::TestCategory(const FilterCondition& condition) {
-    if (IsOf(ASSETTYPE_CATEGORY)) return NOT_MET;
-    Id category = _facts ? _facts->category : CategoryAssetInterface::GetParentCategory(_asset);
+Result<Bool> IsInMatchingCategory(const FilterCondition& condition, Id category, const AssetRepositoryRef& repository,
+                                  FilterCaches& caches, std::vector<String>* met) {
     if (category.IsEmpty()) category = NODE_CATEGORY_UNCATEGORIZED;
     // Categories may stand in a circle: one is remembered, at ever longer distances, until it comes again.
     Id remembered;
     for (UInt step = 0; category.IsPopulated() && category != remembered; ++step) {
         const String id = String::FromId(category);
-        Note("category", id);
-        if (FindAlternative(condition, [&](const String& value) { return ContainsText(id, value); })) return Met();
+        if (met) met->push_back(id);
+        if (FindAlternative(condition, [&](const String& value) { return ContainsText(id, value); })) return true;
         if (category == NODE_CATEGORY_UNCATEGORIZED) break;
         if (std::has_single_bit(step + 1)) remembered = category;
-        category = TRY_REF(_caches.GetParentCategory(_context.lookupRepository, category));
+        category = TRY_REF(caches.GetParentCategory(repository, category));
     }
-    return NOT_MET;
+    return false;
+}
+
+Result<ConditionMatch> AssetEvaluation::TestCategory(const FilterCondition& condition) {
+    if (IsOf(ASSETTYPE_CATEGORY)) return NOT_MET;
+    const Id category = _facts ? _facts->category : CategoryAssetInterface::GetParentCategory(_asset);
+    std::vector<String> met;
+    const Bool isIn = TRY(IsInMatchingCategory(condition, category, _context.lookupRepository, _caches, _reads ? &met : nullptr));
+    for (const String& id : met) Note("category", id);
+    return isIn ? Met() : NOT_MET;
 }
 
 Result<ConditionMatch> AssetEvaluation::TestProperty(const FilterCondition& condition) {

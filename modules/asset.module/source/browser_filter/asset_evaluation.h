@@ -14,6 +14,11 @@ struct ConditionMatch {
 /// Puts ", " between what is there and what comes.
 void AppendMatchText(String& text, const String& more);
 
+/// Whether a category, or one above it, meets a condition on categories. @param met gets the ids that were looked at; may be null.
+/// Errors: those of the lookups.
+Result<Bool> IsInMatchingCategory(const FilterCondition& condition, Id category, const AssetRepositoryRef& repository,
+                                  FilterCaches& caches, std::vector<String>* met);
+
 /// Threads: as a plain value, for one asset of one update.
 class AssetEvaluation {
 public:

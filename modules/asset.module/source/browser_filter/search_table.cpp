@@ -1,6 +1,8 @@
 #include "browser_filter/search_table.h"
 
+#include "browser_filter/asset_evaluation.h"
 #include "browser_filter/byte_scan.h"
+#include "browser_filter/filter_keywords.h"
 #include "browser_filter/text_order.h"
 #include "browser_filter/value_forms.h"
 #include "kernel/thread/job.h"
@@ -80,7 +82,7 @@ AssetFacts SearchTable::GetFacts(std::size_t number) const {
             .tags = tags,
             .sort = take(row.sortLength),
             .subtype = _ids.ids[_subtypes[number]],
-            .category = _ids.ids[row.category],
+            .category = _ids.ids[_categories[number]],
             .keywords = list.ids,
             .ownKeywords = list.own,
             .isFavourite = list.hasFavourite,
@@ -111,26 +113,39 @@ Result<Candidates> SearchTable::FindCandidates(const FilterExpression& expressio
 /// Nothing if the table knows nothing about the condition.
 Result<Opt<Candidates>> SearchTable::Find(const FilterExpression& expression, Int index, FilterCaches& caches) const {
     const FilterCondition& condition = expression.GetConditions()[index];
+    const AssetRepositoryRef& repository = expression.GetContext().lookupRepository;
     const Id& key = condition.key.GetId();
-    const Bool isFree = condition.key.IsEmpty();
-    const Bool isName = isFree || key == OBJECT_BASE_NAME;
-    const Bool isType = key == ASSETMETADATA::SUBTYPE;
-    const Bool isKeyword = isFree || key == ASSETMETADATA::KEYWORDS;
-    if (!isName && !isType && !isKeyword) return Opt<Candidates>();
-    // A number of keywords is no text.
-    if (!isFree && isKeyword && std::any_of(condition.values.begin(), condition.values.end(), IsComparison))
-        return Opt<Candidates>();
+    Opt<Candidates> found;
+    if (key.IsEmpty() || key == OBJECT_BASE_NAME || key == ASSETMETADATA::SUBTYPE || key == ASSETMETADATA::KEYWORDS) {
+        found = TRY(FindByTexts(expression, index, caches));
+    } else if (key == FILTERKEY::KEYWORDID || key == FILTERKEY::KEYWORDCOUNT || key == FILTERKEY::FAVORITE) {
+        found = TRY(FindByKeywords(condition, caches, repository));
+    } else if (key == FILTERKEY::ASSETID) {
+        found = TRY(FindByAssetId(condition));
+    } else if (key == FILTERKEY::CATEGORYID) {
+        found = TRY(FindByCategory([&](const Id& category) -> Result<Bool> {
+            return IsInMatchingCategory(condition, category, repository, caches, nullptr);
+        }));
+    }
+    return found;
+}
+
+/// By names, types and keywords, be they those of an asset or of what it refers to.
+Result<Candidates> SearchTable::FindByTexts(const FilterExpression& expression, Int index, FilterCaches& caches) const {
+    const FilterCondition& condition = expression.GetConditions()[index];
+    const Id& key = condition.key.GetId();
     Candidates found(_rows.size(), false);
-    if (isName) {
+    if (key.IsEmpty() || key == OBJECT_BASE_NAME) {
         for (const String& value : condition.values) {
             if (Job::IsCurrentCancelled()) return OperationCancelledError::Create();
             FindByText(value, found);
         }
         for (const UInt32 number : _odd) found.Add(number);
     }
+    if (key.IsEmpty() || key == ASSETMETADATA::KEYWORDS)
+        found.Unite(TRY(FindByKeywords(condition, caches, expression.GetContext().lookupRepository)));
     std::vector<Bool> ids(_ids.ids.size());
-    std::vector<Bool> lists(_keywordLists.size());
-    if (isType) {
+    if (key == ASSETMETADATA::SUBTYPE) {
         for (std::size_t i = 1; i < ids.size(); ++i) {
             const std::string_view id = _ids.ids[i].GetView();
             ids[i] = std::any_of(condition.values.begin(), condition.values.end(),
@@ -140,27 +155,72 @@ Result<Opt<Candidates>> SearchTable::Find(const FilterExpression& expression, In
     }
     // What a subtype or a keyword meets on behalf of those that refer to it.
     for (std::size_t i = 1; i < ids.size(); ++i) ids[i] = ids[i] || expression.IsMetBySubtype(_ids.ids[i], index);
-    if (isKeyword) TRY(FindByKeyword(condition, caches, expression.GetContext().lookupRepository, lists));
+    std::vector<Bool> lists(_keywordLists.size());
     for (std::size_t i = 1; i < lists.size(); ++i) {
         for (const Id& keyword : _keywordLists[i].ids) lists[i] = lists[i] || expression.IsMetByKeyword(keyword, index);
     }
     AddWhere(_subtypes, ids, found);
     AddWhere(_keywords, lists, found);
-    return Opt<Candidates>(std::move(found));
+    return found;
 }
 
-Result<void> SearchTable::FindByKeyword(const FilterCondition& condition, FilterCaches& caches,
-                                        const AssetRepositoryRef& repository, std::vector<Bool>& lists) const {
-    for (std::size_t i = 1; i < lists.size(); ++i) {
+Result<Candidates> SearchTable::FindByKeywords(const FilterCondition& condition, FilterCaches& caches,
+                                               const AssetRepositoryRef& repository) const {
+    std::vector<Bool> lists(_keywordLists.size());
+    for (std::size_t i = 0; i < lists.size(); ++i) {
         if (Job::IsCurrentCancelled()) return OperationCancelledError::Create();
-        for (const Id& keyword : _keywordLists[i].ids) {
-            const String& name = TRY_REF(caches.GetKeywordName(repository, keyword));
-            if (name.IsEmpty()) continue;
-            lists[i] = lists[i] || std::any_of(condition.values.begin(), condition.values.end(),
-                                               [&](const String& value) { return ContainsText(name, value); });
-        }
+        lists[i] = TRY(MeetsByKeywords(_keywordLists[i], condition, caches, repository));
     }
-    return OK;
+    Candidates found(_rows.size(), false);
+    AddWhere(_keywords, lists, found);
+    return found;
+}
+
+/// Whether an asset with these keywords may meet the condition.
+Result<Bool> SearchTable::MeetsByKeywords(const KeywordList& list, const FilterCondition& condition, FilterCaches& caches,
+                                          const AssetRepositoryRef& repository) const {
+    const Id& key = condition.key.GetId();
+    const auto meets = [&](const auto& matches) {
+        return std::any_of(condition.values.begin(), condition.values.end(), matches);
+    };
+    if (key == FILTERKEY::FAVORITE) return meets([&](const String& value) { return MatchesBool(list.hasFavourite, value); });
+    // For free text "<3" is text.
+    const Bool isOfCount =
+        key.IsPopulated() && meets([&](const String& value) { return MatchesNumber(Int64(list.ids.size()), value); });
+    if (isOfCount || key == FILTERKEY::KEYWORDCOUNT) return isOfCount;
+    for (const Id& keyword : list.ids) {
+        const String text =
+            key == FILTERKEY::KEYWORDID ? String::FromId(keyword) : TRY_REF(caches.GetKeywordName(repository, keyword));
+        if (text.IsPopulated() && meets([&](const String& value) { return ContainsText(text, value); })) return true;
+    }
+    return false;
+}
+
+Result<Candidates> SearchTable::FindByAssetId(const FilterCondition& condition) const {
+    Candidates found(_rows.size(), false);
+    for (std::size_t i = 0; i < _aids.size(); ++i) {
+        if (i % ROWS_OF_A_RUN == 0) TRY(CheckGoesOn());
+        const String id = String::FromId(_aids[i]);
+        if (std::any_of(condition.values.begin(), condition.values.end(),
+                        [&](const String& value) { return ContainsText(id, value); }))
+            found.Add(i);
+    }
+    return found;
+}
+
+Result<Candidates> SearchTable::FindByCategory(FunctionRef<Result<Bool>(const Id& category)> isWanted) const {
+    std::vector<Opt<Bool>> answers(_ids.ids.size());
+    Candidates found(_rows.size(), false);
+    for (std::size_t i = 0; i < _categories.size(); ++i) {
+        Opt<Bool>& answer = answers[_categories[i]];
+        if (!answer) {
+            if (Job::IsCurrentCancelled()) return OperationCancelledError::Create();
+            answer = TRY(isWanted(_ids.ids[_categories[i]]));
+        }
+        if (*answer) found.Add(i);
+    }
+    for (const UInt32 number : _unreadable) found.Add(number);
+    return found;
 }
 
 void SearchTable::FindByText(const String& value, Candidates& found) const {

@@ -23,6 +23,9 @@ public:
     }
     void Add(std::size_t number) { _words[number / BITS] |= UInt64(1) << number % BITS; }
     Bool Contains(std::size_t number) const { return (_words[number / BITS] >> number % BITS & 1) != 0; }
+    void Unite(const Candidates& other) {
+        for (std::size_t i = 0; i < _words.size(); ++i) _words[i] |= other._words[i];
+    }
     void Intersect(const Candidates& other) {
         for (std::size_t i = 0; i < _words.size(); ++i) _words[i] &= other._words[i];
     }
@@ -67,8 +70,14 @@ public:
     /// Numbers of all keywords and subtypes.
     const std::vector<UInt32>& GetReferences() const { return _references; }
 
+    /// Of the asset's category; one number for each, below that of GetIdCount.
+    std::size_t GetCategoryNumber(std::size_t number) const { return _categories[number]; }
+    std::size_t GetIdCount() const { return _ids.ids.size(); }
+
     /// Those that may meet all conditions. Errors: those of looking names up.
     Result<Candidates> FindCandidates(const FilterExpression& expression, FilterCaches& caches) const;
+    /// Those whose category is wanted; asks once about each. The null id stands for none. Errors: those of `isWanted`; OperationCancelledError.
+    Result<Candidates> FindByCategory(FunctionRef<Result<Bool>(const Id& category)> isWanted) const;
 
     Bool HasRanks() const { return _hasRanks.load(std::memory_order_acquire); }
     /// Gives each name its place among all, which many rows are sorted by faster. Once, by one thread. Errors: OperationCancelledError; OutOfMemoryError.
@@ -82,7 +91,6 @@ private:
     enum FLAG : UChar { HIDDEN = 1, VALID = 2, ODD_TAGS = 4, NEEDS_RENDERER = 8, TOO_LONG = 16, UNREADABLE = 32 };
     struct Row {
         UInt32 name = 0;  // where its texts begin in the pool of shown texts
-        UInt32 category = 0;
         std::uint16_t nameLength = 0, secondLength = 0, tagsLength = 0, sortLength = 0;
         UChar flags = 0;
     };
@@ -106,8 +114,12 @@ private:
         return std::string_view(_texts).substr(_rows[number].name, _rows[number].nameLength);
     }
     Result<Opt<Candidates>> Find(const FilterExpression& expression, Int condition, FilterCaches& caches) const;
-    Result<void> FindByKeyword(const FilterCondition& condition, FilterCaches& caches, const AssetRepositoryRef& repository,
-                               std::vector<Bool>& lists) const;
+    Result<Candidates> FindByTexts(const FilterExpression& expression, Int condition, FilterCaches& caches) const;
+    Result<Candidates> FindByKeywords(const FilterCondition& condition, FilterCaches& caches,
+                                      const AssetRepositoryRef& repository) const;
+    Result<Bool> MeetsByKeywords(const KeywordList& list, const FilterCondition& condition, FilterCaches& caches,
+                                 const AssetRepositoryRef& repository) const;
+    Result<Candidates> FindByAssetId(const FilterCondition& condition) const;
     void FindByText(const String& value, Candidates& found) const;
 
     std::vector<Id> _aids;
@@ -116,6 +128,7 @@ private:
     // Numbers of ids and lists, apart from the rest, since they are run through for each condition.
     std::vector<UInt32> _types;
     std::vector<UInt32> _subtypes;
+    std::vector<UInt32> _categories;
     std::vector<UInt32> _keywords;
     std::vector<UInt32> _odd;         // rows whose texts here are not all
     std::vector<UInt32> _unreadable;  // rows of which nothing is known

@@ -272,7 +272,6 @@ Result<void> SearchTableBuilder::AddRead(const AssetDescription& asset) {
 Result<void> SearchTableBuilder::AddRow(const Values& values, const AssetDescription& asset) {
     SearchTable::Row row;
     row.flags = values.flags;
-    row.category = values.category;
     const std::string_view texts[] = {values.name, values.secondName, values.tags, values.sort};
     constexpr std::size_t SEARCHED = 3;
     if (values.tags.find('{') != std::string_view::npos) row.flags |= SearchTable::ODD_TAGS;
@@ -301,6 +300,7 @@ Result<void> SearchTableBuilder::AddRow(const Values& values, const AssetDescrip
     _table._aids.push_back(values.aid);
     _table._types.push_back(values.type);
     _table._subtypes.push_back(values.subtype);
+    _table._categories.push_back(values.category);
     _table._keywords.push_back(values.keywords);
     _table._rows.push_back(row);
     _assets.push_back(asset);
