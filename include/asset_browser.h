@@ -77,8 +77,8 @@ public:
     static Result<AssetBrowserRef> Create(ASSET_BROWSE_MODE mode);
     /// How rows of a grouping are sorted unless the user says otherwise; 0 for what is no grouping.
     static ASSET_SORT_BY GetDefaultSortByFromGroupBy(ASSET_GROUP_BY groupBy);
-    /// Makes what lets searches that begin at `repository` be answered at once, and waits for it. Browsers with updates enabled do so by themselves
-    /// after their first update; changes are followed. Errors: NullptrError for null; those of the lookup.
+    /// Makes what lets searches that begin at `repository` be answered at once, and waits for it. Else the first update of a browser does so and takes
+    /// that much longer; changes are followed. Errors: NullptrError for null; those of the lookup.
     static Result<void> PrepareSearch(const AssetRepositoryRef& repository);
     /// Despite its name: true means that the node may be listed in a view of the class, null: of any.
     static Result<Bool> IsNodeHidden(const AssetDescription& asset, const NodeSystemClassRef& cls);
