@@ -1,6 +1,7 @@
 // Searches over a repository that was opened from its index: what is found in columns is what loaded assets tell.
 #include "asset_browser/browser_fixture.h"
 
+#include "browser_filter/search_index.h"
 #include "kernel/app/application.h"
 #include "url_repository/create_repository.h"
 #include "urlassetrepository.h"
@@ -51,6 +52,27 @@ TEST_F(IndexedSearch, LoadsWhatItListsOnly) {
     EXPECT_EQ(Search("oak groupby:none"), (std::vector<std::string>{"", "  Oak", "  Oak Red", "  *soak", "  Sports oak"}));
     EXPECT_TRUE(IsLoaded("a"));
     EXPECT_FALSE(IsLoaded("e"));
+}
+
+TEST_F(IndexedSearch, KeepsItsTableThroughChanges) {
+    Compact();
+    Reopen();
+    const auto getTable = [&] { return Need(SearchIndex::Of(_repository))->GetSnapshot().table; };
+    EXPECT_EQ(Search("oak groupby:none").size(), 5u);
+    const SearchTableRef table = getTable();
+    ASSERT_TRUE(table);
+    // The index goes with the first change, and comes back.
+    StoreFile("new", "Oak new", "", "");
+    Compact();
+    EXPECT_EQ(getTable(), table);
+    EXPECT_EQ(Search("oak groupby:none").size(), 6u);
+    const auto base = Need(MemoryAssetRepository::Create("base"_id, {}, MemoryAssetRepository::ACCESS::WRITABLE));
+    Need(_repository->AddBase(base));
+    EXPECT_FALSE(getTable());
+    EXPECT_EQ(Search("oak groupby:none").size(), 6u);
+    EXPECT_TRUE(getTable());
+    Need(_repository->RemoveBase(base));
+    EXPECT_FALSE(getTable());
 }
 
 // Versions, values of users, texts of two languages, what is hidden or gone, and what was changed since the index was written.

@@ -13,13 +13,6 @@
 namespace talvo {
 namespace {
 
-struct Graph final : NodesGraphModelInterface {
-    explicit Graph(AssetRepositoryRef r) : repository(std::move(r)) {}
-    AssetRepositoryRef GetLookupRepository() const override { return repository; }
-    NodeSystemClassRef GetNodeSystemClass() const override { return nullptr; }
-    const AssetRepositoryRef repository;
-};
-
 class BrowserThreads : public testing::Test {
 protected:
     BrowserThreads() {
@@ -32,7 +25,7 @@ protected:
     }
     AssetBrowserRef MakeBrowser(BuildEntryDelegate delegate) const {
         const AssetBrowserRef browser = Need(AssetBrowserInterface::Create(ASSET_BROWSE_MODE::ASSET_LIST));
-        Need(browser->SetGraphModel(NodesGraphModelRef(StrongRef<Graph>::Create(_repository))));
+        Need(browser->SetGraphModel(Need(CreateRepositoryGraphModel(_repository))));
         Need(browser->SetBuildEntryDelegate(std::move(delegate)));
         return browser;
     }

@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t CHANGED_SHARE = 16;
 constexpr std::size_t CHANGED_MINIMUM = 1000;
 constexpr std::chrono::milliseconds LOOK_AGAIN{1};
-/// How often a table is made anew because bases changed meanwhile, until an update goes without.
+/// How often a table is made anew because bases changed meanwhile.
 constexpr int MOST_TRIES = 3;
 
 Bool HasEnded(const JobRef& job) { return job->GetState() == JOB_STATE::DONE || job->GetState() == JOB_STATE::CANCELLED; }
@@ -67,14 +67,15 @@ Result<JobRef> SearchIndex::StartBuilding(const AssetRepositoryRef& repository) 
             const UInt generation = ++state->generation;
             job = Job::Create([self, weak, generation]() -> Result<void> {
                 const AssetRepositoryRef alive = weak.Promote();
-                if (!alive) return self->Install(generation, NullptrError::Create("The repository has gone."));
+                if (!alive) return self->Install(generation, OperationCancelledError::Create());
                 return self->Install(generation, SearchTable::Build(alive));
             });
             state->building = job;
             std::swap(state->changedWhileBuilt, before);
         }
         const Result<void> enqueued = _queue->Enqueue(job);
-        if (enqueued.IsOk()) return job;
+        // Dropped meanwhile, it has ended.
+        if (enqueued.IsOk() || job->IsCancelled()) return job;
         job->Cancel();  // somebody may wait for it
         auto state = _state.Write();
         if (state->building == job) state->building = nullptr;
@@ -104,19 +105,27 @@ Result<void> SearchIndex::Install(UInt generation, Result<SearchTableRef> built)
 }
 
 Result<void> SearchIndex::EnsureTable(const AssetRepositoryRef& repository) {
-    for (int tries = 0; tries < MOST_TRIES; ++tries) {
-        if (GetSnapshot().table) return OK;
-        const JobRef job = TRY(StartBuilding(repository));
+    if (GetSnapshot().table) return OK;
+    return MakeTable(repository, [](const JobRef& job) -> Result<void> {
         // The waiting job must be able to end at once, so that it can't simply wait.
         while (!HasEnded(job)) {
             if (Job::IsCurrentCancelled()) return OperationCancelledError::Create();
             std::this_thread::sleep_for(LOOK_AGAIN);
         }
+        return OK;
+    });
+}
+
+Result<void> SearchIndex::MakeTable(const AssetRepositoryRef& repository, FunctionRef<Result<void>(const JobRef&)> wait) {
+    for (int tries = 0; tries < MOST_TRIES; ++tries) {
+        const JobRef job = TRY(StartBuilding(repository));
+        TRY(wait(job));
         const Result<void> built = job->GetResult();
         if (built.IsOk() || !OperationCancelledError::IsClassOf(built.GetError())) return built;
         // What it was made of has changed.
     }
-    return OK;
+    return IllegalStateError::Create(FormatMessage(
+        "The bases of @ change all the time, so that searches can't be prepared. Try again later.", repository->GetId()));
 }
 
 Result<JobRef> SearchIndex::StartRanking() {
@@ -126,9 +135,7 @@ Result<JobRef> SearchIndex::StartRanking() {
 }
 
 Result<void> SearchIndex::Prepare(const AssetRepositoryRef& repository) {
-    const JobRef building = TRY(StartBuilding(repository));
-    TRY(building->Wait());
-    TRY(building->GetResult());
+    TRY(MakeTable(repository, [](const JobRef& job) { return job->Wait(); }));
     const JobRef ranking = TRY(StartRanking());
     if (!ranking) return OK;
     TRY(ranking->Wait());
@@ -160,7 +167,11 @@ void SearchIndex::Drop() {
     if (building) building->Cancel();
 }
 
-void SearchIndex::HandleBaseChanged(const AssetRepositoryRef&, const AssetRepositoryRef&, Bool) { Drop(); }
+// A repository tells this of itself, and so to all that are based on it, when the state of its index changes. Its assets are as before.
+void SearchIndex::HandleBaseChanged(const AssetRepositoryRef& repo, const AssetRepositoryRef& base, Bool added) {
+    const Bool isStillThere = !added && base && (repo == base || repo->FindRepository(base->GetId()) == base);
+    if (!isStillThere) Drop();
+}
 
 void SearchIndex::NoteChange(const AssetBase& asset) {
     const Id aid = asset->GetIdAndVersion().first;

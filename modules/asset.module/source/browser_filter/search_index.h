@@ -51,6 +51,8 @@ private:
         Bool areRanksAsked = false;     // of `table`
         UInt generation = 0;            // grows whenever a table in the making is of no use any more
     };
+    /// Lets a table be made until one is right. @param wait for the job. Errors: those of the lookup; `wait`'s; IllegalStateError if bases never stop changing.
+    Result<void> MakeTable(const AssetRepositoryRef& repository, FunctionRef<Result<void>(const JobRef&)> wait);
     Result<JobRef> StartBuilding(const AssetRepositoryRef& repository);
     Result<void> Install(UInt generation, Result<SearchTableRef> built);
     /// @return the job that gives the table ranks; null if there is no table. Ranks are made by the thread of the queue only.
