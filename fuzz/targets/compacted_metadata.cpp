@@ -3,6 +3,8 @@
 #include "fuzz/fuzz_target.h"
 #include "kernel/base/hashing.h"
 #include "kernel/data/document_binary.h"
+#include "kernel/description/description.h"
+#include "kernel/description/stored_texts.h"
 #include "kernel/io/file_utilities.h"
 #include "kernel/io/memory_volume.h"
 #include "url_repository/compacted_metadata_layout.h"
@@ -19,17 +21,15 @@ void ExpectFormatError(const Result<T>& result) {
     FUZZ_EXPECT(FileFormatError::IsClassOf(result.GetError()), result.GetError()->GetMessage());
 }
 
-/// As names are read: past the values of an unknown form.
-std::size_t CountTexts(const BinaryValueView& value) {
-    std::size_t count = 0;
-    const Opt<BinaryValueView> entries = value.FindMember("entries");
-    if (!entries) return value.GetText().value_or(std::string_view()).size();
-    entries->ForEachElement([&](const BinaryValueView& entry) {
-        const Opt<BinaryValueView> text = entry.FindMember("value");
-        count += text ? text->GetText().value_or(std::string_view()).size() : 0;
-        return true;
-    });
-    return count;
+/// As names are read: where they lie, whatever the value is.
+void CheckTexts(std::string_view value) {
+    static const Id keys[] = {MUST(Id::Create("net.talvo.object.base.name")), MUST(Id::Create("b"))};
+    std::string_view texts[std::size(keys)];
+    const auto isInside = [&](std::string_view text) {
+        return text.empty() || (text.data() >= value.data() && text.data() + text.size() <= value.data() + value.size());
+    };
+    if (!ReadStoredTexts(GetDataType<DataDescriptionDefinition>()->id, value, keys, texts)) return;
+    for (const std::string_view text : texts) FUZZ_EXPECT(isInside(text), "a text lies outside of its value");
 }
 
 void CheckFile(std::string_view bytes) {
@@ -44,9 +44,7 @@ void CheckFile(std::string_view bytes) {
             for (const Float64 place : {0.0, 0.5, 1.0}) {
                 const auto raw = opened.GetValue()->FindRaw(aid, version, place);
                 ExpectFormatError(raw);
-                if (raw.IsOk() && raw.GetValue()) {
-                    FUZZ_EXPECT(CountTexts(BinaryValueView(raw.GetValue()->bytes)) <= bytes.size(), "");
-                }
+                if (raw.IsOk() && raw.GetValue()) CheckTexts(raw.GetValue()->bytes);
                 ExpectFormatError(opened.GetValue()->Find(aid, version, place));
             }
         }

@@ -28,6 +28,8 @@ public:
 
     Result<void> RunOver(const SearchTable& table, const HashSet<Id>& changed) {
         const Candidates candidates = TRY(FindCandidates(table));
+        const Bool isFilteredTree = IsTree() && _acceptance.GetExpression() && !_request.categoryOnly;
+        if (isFilteredTree) _content = TRY(table.FindCandidates(*_acceptance.GetExpression(), _acceptance.GetCaches()));
         _hasContent.assign(table.GetIdCount(), false);
         const std::vector<UInt32> numbers = candidates.List();
         for (std::size_t i = 0; i < numbers.size(); ++i) {
@@ -48,7 +50,8 @@ private:
     Result<Candidates> FindCandidates(const SearchTable& table) const {
         const FilterExpressionRef& expression = _acceptance.GetExpression();
         Candidates candidates(table.GetCount(), true);
-        if (_request.mode != ASSET_BROWSE_MODE::ASSET_LIST) return candidates;
+        // What has a row of its own in a tree need not meet the filter.
+        if (IsTree()) return candidates;
         if (_request.restrictToParents)
             candidates = TRY(table.FindByCategory([&](const Id& category) { return _acceptance.IsSelectedCategory(category); }));
         if (expression) candidates.Intersect(TRY(table.FindCandidates(*expression, _acceptance.GetCaches())));
@@ -60,9 +63,9 @@ private:
         const Bool hasFacts = table.HasFacts(number);
         if (hasFacts && !IsShown(table.IsValid(number))) return OK;
         // All that most assets do to a tree is to make their category appear, which one of them does as well as many.
-        const Bool isContent =
-            hasFacts && _request.mode == ASSET_BROWSE_MODE::CATEGORY_TREE && Acceptance::IsContent(table.GetTypeId(number));
-        if (isContent && _hasContent[table.GetCategoryNumber(number)]) return OK;
+        const Bool isContent = hasFacts && IsTree() && Acceptance::IsContent(table.GetTypeId(number));
+        const Bool isNeeded = !_hasContent[table.GetCategoryNumber(number)] && (!_content || _content->Contains(number));
+        if (isContent && !isNeeded) return OK;
         const AssetDescription asset = TRY(table.GetAsset(number, _request.lookupRepository));
         if (!asset) return OK;
         if (!hasFacts) {
@@ -74,6 +77,8 @@ private:
         if (isContent && isListed) _hasContent[table.GetCategoryNumber(number)] = true;
         return OK;
     }
+
+    Bool IsTree() const { return _request.mode == ASSET_BROWSE_MODE::CATEGORY_TREE; }
 
     Bool HasWantedType(const Id& type) const {
         const HashSet<Id>& types = _request.settings.assetTypes;
@@ -129,7 +134,9 @@ private:
     Acceptance& _acceptance;
     const ListedReceiver _take;
     Int _count = 0;
-    std::vector<Bool> _hasContent;  // of a tree: categories, by their numbers in the table
+    // Of a tree.
+    std::vector<Bool> _hasContent;  // categories, by their numbers in the table
+    Opt<Candidates> _content;       // assets that may meet the filter; nothing if there is none
 };
 
 }  // namespace

@@ -64,6 +64,16 @@ Bool ComesBefore(const BrowserRow& first, const BrowserRow& second, ASSET_FIRST_
     return order * direction < 0;
 }
 
+/// Sorts rows of one rank, which may be all there are.
+template <typename LESS>
+Result<void> SortEqual(Block<UInt32> rows, LESS&& less) {
+    std::vector<OrderItem> items(rows.size());
+    std::transform(rows.begin(), rows.end(), items.begin(), [](UInt32 row) { return OrderItem{0, row}; });
+    TRY(SortInRuns(items, [&](const OrderItem& first, const OrderItem& second) { return less(first.row, second.row); }));
+    std::transform(items.begin(), items.end(), rows.begin(), [](const OrderItem& item) { return item.row; });
+    return OK;
+}
+
 /// The rows in the order of their ranks, equal ones sorted by `less`; nothing if not each row has one. Errors: OperationCancelledError.
 template <typename LESS>
 Result<Opt<std::vector<UInt32>>> OrderByRank(const std::vector<BrowserRow>& rows, Bool isAscending, LESS&& less) {
@@ -77,9 +87,7 @@ Result<Opt<std::vector<UInt32>>> OrderByRank(const std::vector<BrowserRow>& rows
     std::vector<UInt32> order(rows.size());
     for (std::size_t begin = 0, end = 0; begin < ranked.size(); begin = end) {
         for (; end < ranked.size() && ranked[end].rank == ranked[begin].rank; ++end) order[end] = ranked[end].row;
-        if (end - begin == 1) continue;
-        TRY(CheckGoesOn());
-        std::sort(order.begin() + Int(begin), order.begin() + Int(end), less);
+        if (end - begin > 1) TRY(SortEqual(Block<UInt32>(order).subspan(begin, end - begin), less));
     }
     return Opt<std::vector<UInt32>>(std::move(order));
 }
