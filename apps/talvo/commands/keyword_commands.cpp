@@ -193,7 +193,7 @@ public:
         const Opt<AssetUsage> usage = TRY(opened.description->GetMetaData().Get<AssetUsage>(ASSETMETADATA::USAGE));
         const Int count = usage ? std::get<1>(*usage) : 0;
         if (!output.IsJson()) {
-            TRY(output.WriteLine(FormatMessage("@ was used @ times.", _arguments.id, count)));
+            TRY(output.WriteLine(FormatMessage("@ was used @ time@.", _arguments.id, count, count == 1 ? "" : "s")));
             return EXIT_CODE::DONE;
         }
         DocumentValue::ObjectType object;

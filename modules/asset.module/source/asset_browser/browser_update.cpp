@@ -62,7 +62,8 @@ private:
     Result<void> ListAssets(const ListingRequest& request, HostCalls& host) {
         SetSearchStrings({});
         const SearchIndexRef index = TRY(SearchIndex::Of(request.lookupRepository));
-        if (UsesTable(request)) {
+        // Categories are few: a walk meets them before a table of everything is made.
+        if (UsesTable(request) && !request.categoryOnly) {
             const Result<void> made = index->EnsureTable(request.lookupRepository);
             // Why there is none was told; the walk does without.
             if (made.IsError() && OperationCancelledError::IsClassOf(made.GetError())) return made;
