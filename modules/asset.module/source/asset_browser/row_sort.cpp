@@ -77,13 +77,12 @@ Result<void> SortEqual(Block<UInt32> rows, LESS&& less) {
 /// The rows in the order of their ranks, equal ones sorted by `less`; nothing if not each row has one. Errors: OperationCancelledError.
 template <typename LESS>
 Result<Opt<std::vector<UInt32>>> OrderByRank(const std::vector<BrowserRow>& rows, Bool isAscending, LESS&& less) {
-    std::vector<RankedRow> ranked(rows.size());
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        const BrowserRow& row = rows[i];
+    RankOrder ranks(rows.size());
+    for (const BrowserRow& row : rows) {
         if (row.keys != BrowserRow::KEYS::NAME || row.rank == 0) return Opt<std::vector<UInt32>>();
-        ranked[i] = {isAscending ? row.rank : ~row.rank, UInt32(i)};
+        ranks.Add(isAscending ? row.rank : ~row.rank);
     }
-    TRY(SortByRank(ranked));
+    const std::vector<RankedRow> ranked = TRY(ranks.Sort());
     std::vector<UInt32> order(rows.size());
     for (std::size_t begin = 0, end = 0; begin < ranked.size(); begin = end) {
         for (; end < ranked.size() && ranked[end].rank == ranked[begin].rank; ++end) order[end] = ranked[end].row;

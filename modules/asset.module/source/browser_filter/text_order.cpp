@@ -2,30 +2,22 @@
 
 #include "kernel/text/casing.h"
 
-#include <array>
 #include <numeric>
 
 namespace talvo {
 
-Result<void> SortByRank(std::vector<RankedRow>& rows) {
-    constexpr int DIGIT_BITS = 11, DIGITS = 3;
-    constexpr UInt32 MASK = (1 << DIGIT_BITS) - 1;
-    const auto getDigit = [](const RankedRow& row, int digit) { return row.rank >> digit * DIGIT_BITS & MASK; };
-    std::array<std::array<UInt32, MASK + 1>, DIGITS> places{};
-    for (const RankedRow& row : rows) {
-        for (int digit = 0; digit < DIGITS; ++digit) ++places[std::size_t(digit)][getDigit(row, digit)];
-    }
-    std::vector<RankedRow> sorted(rows.size());
+Result<std::vector<RankedRow>> RankOrder::Sort() {
+    std::vector<RankedRow> sorted(_rows.size());
     for (int digit = 0; digit < DIGITS; ++digit) {
         TRY(CheckGoesOn());
-        auto& place = places[std::size_t(digit)];
-        const Bool isSame = !rows.empty() && place[getDigit(rows[0], digit)] == rows.size();
+        auto& places = _places[std::size_t(digit)];
+        const Bool isSame = _rows.empty() || places[GetDigit(_rows[0].rank, digit)] == _rows.size();
         if (isSame) continue;
-        std::exclusive_scan(place.begin(), place.end(), place.begin(), UInt32(0));
-        for (const RankedRow& row : rows) sorted[place[getDigit(row, digit)]++] = row;
-        rows.swap(sorted);
+        std::exclusive_scan(places.begin(), places.end(), places.begin(), UInt32(0));
+        for (const RankedRow& row : _rows) sorted[places[GetDigit(row.rank, digit)]++] = row;
+        _rows.swap(sorted);
     }
-    return OK;
+    return std::move(_rows);
 }
 
 Result<void> TextOrder::Add(const String& text) {

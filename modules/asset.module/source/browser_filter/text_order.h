@@ -6,6 +6,7 @@
 #include "kernel/thread/job.h"
 
 #include <algorithm>
+#include <array>
 #include <string>
 #include <vector>
 
@@ -50,8 +51,28 @@ struct RankedRow {
     UInt32 rank;
     UInt32 row;
 };
-/// Sorts by ranks alone, those of one rank in the order in which they came: counting, digit by digit. Errors: OperationCancelledError.
-Result<void> SortByRank(std::vector<RankedRow>& rows);
+
+/// Numbered rows with ranks, sorted by counting, digit by digit. Threads: as a plain value. Members throw std::bad_alloc.
+class RankOrder {
+public:
+    explicit RankOrder(std::size_t count) { _rows.reserve(count); }
+    /// Takes the next row.
+    void Add(UInt32 rank) {
+        for (int digit = 0; digit < DIGITS; ++digit) ++_places[std::size_t(digit)][GetDigit(rank, digit)];
+        _rows.push_back({rank, UInt32(_rows.size())});
+    }
+    /// The rows by rank, those of one rank in the order in which they came. Called once. Errors: OperationCancelledError.
+    Result<std::vector<RankedRow>> Sort();
+
+private:
+    static constexpr int DIGIT_BITS = 11, DIGITS = 3;
+    static constexpr UInt32 DIGIT_MASK = (1 << DIGIT_BITS) - 1;
+    static UInt32 GetDigit(UInt32 rank, int digit) { return rank >> digit * DIGIT_BITS & DIGIT_MASK; }
+
+    std::vector<RankedRow> _rows;
+    std::array<std::array<UInt32, DIGIT_MASK + 1>, DIGITS>
+        _places{};  // how many rows have each digit; then where the next one goes
+};
 
 /// The keys of numbered texts, side by side in one block of memory. Threads: as a plain value. Members throw std::bad_alloc.
 class TextOrder {
